@@ -1,0 +1,268 @@
+#include "settings/CAppSetting.h"
+
+#include <QCoreApplication>
+#include <QDebug>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QSettings>
+#include <QStandardPaths>
+#include <QStringList>
+#include <QTextCodec>
+
+#include <array>
+#include <memory>
+
+namespace {
+
+constexpr int readChunk = 10240; // bytes
+
+// Taken once, so that every folder of a run stands below the same home.
+const QString &homeBase()
+{
+    static const QString home = QStandardPaths::writableLocation(QStandardPaths::HomeLocation);
+    return home;
+}
+
+QString documentsFolder()
+{
+    return QDir::homePath() + QStringLiteral("/Documents/");
+}
+
+QSettings *openOptions(const QString &appHome)
+{
+    auto *options = new QSettings(appHome + QStringLiteral("User.dat"), QSettings::IniFormat);
+    options->setIniCodec("UTF-8");
+    return options;
+}
+
+struct ProductKey
+{
+    QLatin1String linePrefix;
+    QLatin1String removed;
+    QString CAppSetting::*field;
+};
+
+const std::array<ProductKey, 12> &productKeys()
+{
+    static const std::array<ProductKey, 12> keys{{
+        {QLatin1String("companyName"), QLatin1String("companyName="), &CAppSetting::companyName},
+        {QLatin1String("productName"), QLatin1String("productName="), &CAppSetting::productName},
+        {QLatin1String("version"), QLatin1String("version="), &CAppSetting::version},
+        {QLatin1String("buildNum"), QLatin1String("buildNum="), &CAppSetting::buildNum},
+        {QLatin1String("copyright"), QLatin1String("copyright="), &CAppSetting::copyright},
+        {QLatin1String("companyURL"), QLatin1String("companyURL="), &CAppSetting::companyURL},
+        {QLatin1String("productURL"), QLatin1String("productURL="), &CAppSetting::productURL},
+        {QLatin1String("helpURL"), QLatin1String("helpURL="), &CAppSetting::helpURL},
+        {QLatin1String("supportEmail"), QLatin1String("supportEmail="), &CAppSetting::supportEmail},
+        {QLatin1String("salesEmail"), QLatin1String("salesEmail="), &CAppSetting::salesEmail},
+        {QLatin1String("updateAddress"), QLatin1String("updateAddress="), &CAppSetting::updateAddress},
+        {QLatin1String("icloudPrivacy="), QLatin1String("icloudPrivacy="), &CAppSetting::icloudPrivacy},
+    }};
+    return keys;
+}
+
+} // namespace
+
+CAppSetting *CAppSetting::instance()
+{
+    static CAppSetting setting;
+    return &setting;
+}
+
+CAppSetting::CAppSetting()
+{
+    QByteArray fileName = (QCoreApplication::applicationDirPath() + QStringLiteral("/settings.dat")).toUtf8();
+    parseProductInformation(code(fileName.data()));
+    appHome = getAppHome();
+    loadOptions();
+}
+
+CAppSetting::~CAppSetting()
+{
+    saveOptions();
+}
+
+QString CAppSetting::code(char *fileName)
+{
+    QFile file(QString::fromUtf8(fileName));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+
+    // One decoder for the whole file keeps a character whole that lies across two chunks.
+    const std::unique_ptr<QTextDecoder> decoder(QTextCodec::codecForName("UTF-8")->makeDecoder());
+    QString text;
+    for (QByteArray chunk = file.read(readChunk); !chunk.isEmpty(); chunk = file.read(readChunk))
+        text += decoder->toUnicode(chunk.constData(), static_cast<int>(qstrnlen(chunk.constData(), chunk.size())));
+    qDebug() << text;
+    return text;
+}
+
+void CAppSetting::parseProductInformation(const QString &text)
+{
+    const QStringList lines = text.split(QStringLiteral("\r\n"));
+    for (const QString &line : lines) {
+        for (const ProductKey &key : productKeys()) {
+            if (!line.startsWith(key.linePrefix))
+                continue;
+            QString value = line;
+            value.remove(key.removed);
+            if (key.field == &CAppSetting::updateAddress) {
+                QString digits = version;
+                digits.remove(QLatin1Char('.'));
+                // arg() warns when there is nothing to fill in; an address without a placeholder is a valid one.
+                static const QRegularExpression placeholder(QStringLiteral("%L?[0-9]"));
+                if (value.contains(placeholder))
+                    value = value.arg(digits);
+            }
+            this->*key.field = value;
+            break;
+        }
+    }
+}
+
+void CAppSetting::loadOptions()
+{
+    const std::unique_ptr<QSettings> options(openOptions(appHome));
+    const auto movies = QStandardPaths::writableLocation(QStandardPaths::MoviesLocation);
+
+    windowPoint = options->value(QStringLiteral("windowPoint")).toPoint();
+    windowSize = options->value(QStringLiteral("windowSize"), QSize(874, 585)).toSize();
+    maximization = options->value(QStringLiteral("maximization"), false).toBool();
+    auto_update = options->value(QStringLiteral("auto_update"), 2).toInt();
+    lastCheckDate = options->value(QStringLiteral("lastCheckDate"), QDate::currentDate()).toDate();
+    outputPath =
+        options
+            ->value(QStringLiteral("outputPath"), QString(movies + QLatin1Char('/') + companyName + QLatin1Char('/')))
+            .toString();
+    downloadiCloudPath = options->value(QStringLiteral("downloadiCloudPath"), QString()).toString();
+    backupFilePath = options->value(QStringLiteral("backupFilePath"), QString()).toString();
+    if (backupFilePath.isEmpty())
+        backupFilePath = documentsFolder();
+}
+
+void CAppSetting::saveOptions() const
+{
+    const std::unique_ptr<QSettings> options(openOptions(appHome));
+    options->setValue(QStringLiteral("windowPoint"), windowPoint);
+    options->setValue(QStringLiteral("windowSize"), windowSize);
+    options->setValue(QStringLiteral("maximization"), maximization);
+    options->setValue(QStringLiteral("auto_update"), auto_update);
+    options->setValue(QStringLiteral("lastCheckDate"), lastCheckDate);
+    options->setValue(QStringLiteral("outputPath"), outputPath);
+    options->setValue(QStringLiteral("downloadiCloudPath"), downloadiCloudPath);
+    options->setValue(QStringLiteral("backupFilePath"), backupFilePath);
+}
+
+QString CAppSetting::getAppHome()
+{
+    const QString base = homeBase() + QStringLiteral("/Library/Application Support/");
+    iTunesBackupDir = base + QStringLiteral("MobileSync/Backup");
+
+    const QString path = base + companyName + QLatin1Char('/') + productName + QLatin1Char('/');
+    if (!QFileInfo::exists(path)) {
+        if (QDir().mkpath(path))
+            return path;
+        qCritical() << "QString CAppSetting::getAppHome()"
+                    << "can't make dir:" << path;
+    } else {
+        if (QFileInfo(path).isWritable())
+            return path;
+        qCritical() << "QString CAppSetting::getAppHome()"
+                    << " the dir can't write:" << path;
+    }
+    return documentsFolder() + companyName + QLatin1Char('/') + productName + QLatin1Char('/');
+}
+
+QString CAppSetting::getHomePath()
+{
+    const QString path =
+        homeBase() + QStringLiteral("/Documents/") + companyName + QLatin1Char('/') + productName + QLatin1Char('/');
+    QDir().mkpath(path);
+    return path;
+}
+
+QString CAppSetting::getLogFilePath()
+{
+    return appHome + getFullProductName() + QStringLiteral(".log");
+}
+
+QString CAppSetting::getAppLogFilePath()
+{
+    return appHome + getFullProductName() + QStringLiteral("_App.log");
+}
+
+QString CAppSetting::getSkinPath(bool fromDisk) const
+{
+    if (fromDisk)
+        return QCoreApplication::applicationDirPath() + QStringLiteral("/skin/");
+    return QStringLiteral(":/");
+}
+
+QString CAppSetting::getFormatFilter()
+{
+    // The runs of blanks are part of the stored text; they only separate patterns.
+    return QStringLiteral(
+        "All Files (*.*);;"
+        "         Supported Video Files (*.wtv *.ogv *.mxf  *.vro *.webm *.divx *.avi *.mp4 *.vob *.mpg "
+        "*.mpeg *.3gp *.3g2 *.wmv *.asf *.dvr-ms         *.rm *.rmvb *.dat *.mov *.flv *.mkv *.dv *.nut "
+        "*.h.264 *.nsv *.m4v *.f4v *.tod *.mts *.m2ts *.m2t *.ts *.tp *.trp *.mod *.evo);;"
+        "         Supported Audio Files (*.mp3 *.m4a *.mp2 *.mpa *.wma *.aac *.ac3 *.ogg *.aiff *.ra "
+        "*.ram *.dts *.m4r *.mka *.flac *.au *.wav);;"
+        "High-definition Files (*.ts *.mts *.m2ts *.tp *.trp);;"
+        "AVI Audio Files (*.avi);;"
+        "         MPEG4 Files (*.mp4);;"
+        "MPEG Files (*.mpg *.mpeg);;"
+        "Apple Video files (*.m4v);;"
+        "Apple Music files(*.m4a *.m4b *.m4p *.m4r);;"
+        "         Windows Media Video (*.wmv *.asf);;"
+        "Real Media Files (*.rm *.rmvb);;"
+        "         Video CD Files (*.dat);;"
+        "Quick Time Files (*.mov);;"
+        "Flash Video Files (*.flv *.f4v);;"
+        "         MKV Files (*.mkv);;"
+        " MTS(*.mts *.m2ts *.m2t *.ts *.tp *.trp);;"
+        "         Digital Video Files (*.dv);;"
+        "TiVo Files (*.tivo);;"
+        "         NUT Files (*.nut);;"
+        "Raw h.264 Video Files (*.h.264);;"
+        "         Nullsoft Stream Video (*.nsv);;"
+        "         MPEG Audio Files (*.mp3 *.m4a *.mp2 *.mpa);;"
+        "         Windows Media Audio File (*.wma);;"
+        "         Advanced Audio Coding File (*.aac);;"
+        "         Audio Code 3 File (*.ac3);;"
+        "         Matroska Audio File (*.ogg);;"
+        "         Audio Interleave File Formats (*.aiff);;"
+        "         Real Audio Files (*.ra *.ram);;"
+        "TOD files (*.tod)");
+}
+
+void CAppSetting::setDefaultForOption()
+{
+    auto_update = 2;
+}
+
+int CAppSetting::length(FILE *stream)
+{
+    const long position = std::ftell(stream);
+    std::fseek(stream, 0, SEEK_END);
+    const long size = std::ftell(stream);
+    std::fseek(stream, position, SEEK_SET);
+    return static_cast<int>(size);
+}
+
+QString CAppSetting::getFullProductName()
+{
+    return companyName + QLatin1Char(' ') + productName;
+}
+
+QString CAppSetting::getSupportLink()
+{
+    return QStringLiteral("<a href = %1>%2</a>").arg(supportEmail, supportEmail);
+}
+
+QString CAppSetting::getHomePageLink()
+{
+    return QStringLiteral("<a href = %1>%2</a>").arg(companyURL, companyURL);
+}
