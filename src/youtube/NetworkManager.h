@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QNetworkAccessManager>
+#include <QObject>
+#include <QString>
+
+class QNetworkReply;
+class QUrl;
+
+// The analysis side's one point of HTTP access; lives from the first call of getInstance() to the end of the process.
+// GUI thread only, after the application object. A call blocks its caller in a nested event loop, so other slots run
+// meanwhile and waits can nest; each ends when its own reply has finished.
+class NetworkManager final : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(NetworkManager)
+
+public:
+    [[nodiscard]] static NetworkManager *getInstance();
+
+    // GET and HEAD. The finished reply belongs to the caller; errors, statuses and redirects are the caller's to judge.
+    [[nodiscard]] QNetworkReply *getWebPage(QUrl &url);
+    [[nodiscard]] QNetworkReply *head(QUrl &url);
+
+    // True from the moment a wait was cut short by the application's quit until the event loops have unwound: what
+    // comes back then is no outcome of the site's, and nothing should be asked or shown any more.
+    [[nodiscard]] bool isInterrupted() const { return m_interrupted; }
+
+    // A request that brings no byte for this long (milliseconds) ends with an error; 60 seconds at first.
+    void setInactivityLimit(int milliseconds);
+
+    // What to tell a person about a failed reply.
+    [[nodiscard]] static QString errorText(const QNetworkReply &reply);
+
+private:
+    NetworkManager();
+
+    QNetworkReply *waitFor(QNetworkReply *reply);
+
+    QNetworkAccessManager m_accessManager;
+    bool m_interrupted = false;
+};

@@ -1,0 +1,44 @@
+#include "youtube/StreamHead.h"
+
+#include "youtube/NetworkManager.h"
+
+#include <QNetworkReply>
+#include <QUrl>
+
+#include <memory>
+
+namespace {
+
+std::optional<qint64> contentLength(const QNetworkReply &reply)
+{
+    bool isNumber = false;
+    const qint64 length = reply.rawHeader("Content-Length").trimmed().toLongLong(&isNumber);
+    if (!isNumber || length < 0)
+        return std::nullopt;
+    return length;
+}
+
+} // namespace
+
+StreamHead StreamHead::ask(QString &address, const QVector<int> &redirectStatuses)
+{
+    StreamHead head;
+    for (int redirects = 0;; ++redirects) {
+        QUrl url(address);
+        const std::unique_ptr<QNetworkReply> reply(NetworkManager::getInstance()->head(url));
+        if (reply->error() != QNetworkReply::NoError) {
+            head.error = NetworkManager::errorText(*reply);
+            return head;
+        }
+        head.status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+        if (!redirectStatuses.contains(head.status)) {
+            head.length = contentLength(*reply);
+            return head;
+        }
+        if (redirects == maximumRedirects) {
+            head.error = NetworkManager::tr("Too many redirects");
+            return head;
+        }
+        address = QString::fromUtf8(reply->rawHeader("Location"));
+    }
+}
