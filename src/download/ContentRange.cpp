@@ -1,0 +1,41 @@
+#include "download/ContentRange.h"
+
+#include <QList>
+
+namespace {
+
+std::optional<qint64> byteCount(const QByteArray &digits)
+{
+    if (digits.isEmpty() || digits.front() < '0' || digits.front() > '9')
+        return std::nullopt;
+    bool isNumber = false;
+    const qint64 count = digits.toLongLong(&isNumber);
+    return isNumber ? std::optional(count) : std::nullopt;
+}
+
+} // namespace
+
+std::optional<ContentRange> ContentRange::parse(const QByteArray &header)
+{
+    const QByteArray trimmed = header.trimmed();
+    const int blank = trimmed.indexOf(' ');
+    const QList<QByteArray> parts = trimmed.mid(blank + 1).trimmed().split('/');
+    if (blank < 0 || trimmed.left(blank).toLower() != "bytes" || parts.size() != 2)
+        return std::nullopt;
+
+    ContentRange range;
+    range.total = byteCount(parts.at(1));
+    if (!range.total && parts.at(1) != "*")
+        return std::nullopt;
+    if (parts.at(0) == "*")
+        return range.total ? std::optional(range) : std::nullopt;
+
+    const QList<QByteArray> ends = parts.at(0).split('-');
+    if (ends.size() != 2)
+        return std::nullopt;
+    range.first = byteCount(ends.at(0));
+    range.last = byteCount(ends.at(1));
+    if (!range.first || !range.last || *range.last < *range.first || (range.total && *range.last >= *range.total))
+        return std::nullopt;
+    return range;
+}
