@@ -1,0 +1,200 @@
+#include "update/LiveUpdateDialog.h"
+
+#include "settings/CAppSetting.h"
+#include "update/ReleaseNotes.h"
+#include "update/UpdateOffer.h"
+
+#include <QDate>
+#include <QDebug>
+#include <QDesktopServices>
+#include <QLoggingCategory>
+#include <QMetaEnum>
+
+#include "ui_LiveUpdateDialog.h"
+
+namespace {
+
+Q_LOGGING_CATEGORY(lcUpdate, "fourfold.update", QtWarningMsg)
+
+const QString checkingText = QStringLiteral("Check for updates...");
+const QString failedText = QStringLiteral("Update failed,please check your device and network connection.");
+const QString latestText = QStringLiteral("You have the latest version now.No update is available at this times.");
+const QString linkTemplate
+    = QStringLiteral("<br><a href = %1 >Please click here to visit the product page to download.</a>");
+
+constexpr int maximumMessage = 1024 * 1024; // bytes
+constexpr int readBuffer = 64 * 1024; // bytes
+
+bool startsLikeUpdateMessage(const QByteArray &data)
+{
+    return data.startsWith("<product name=") || data.startsWith("latest");
+}
+
+} // namespace
+
+LiveUpdateDialog::LiveUpdateDialog(QWidget *parent)
+    : SkDialog(parent, {}, false)
+    , ui(std::make_unique<Ui::LiveUpdateDialog>())
+{
+    qRegisterMetaType<QNetworkReply::NetworkError>("QNetworkReply::NetworkError");
+    networkManager.setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
+
+    setupForm(*ui);
+    releaseNotes = new ReleaseNotes(ui->updateInfo_textEdit);
+
+    connect(ui->cancelCheck_pushButton, &QPushButton::clicked, this, &LiveUpdateDialog::reject);
+    connect(ui->remindMeLater_pushButton, &QPushButton::clicked, this, &LiveUpdateDialog::reject);
+    connect(ui->cancelDownload_pushButton, &QPushButton::clicked, this, &LiveUpdateDialog::reject);
+    connect(ui->updateNow_pushButton, &QPushButton::clicked, this, &LiveUpdateDialog::downloadFile);
+
+    checkWhenDue();
+    showMinimiButton(true);
+    setTitleName(QStringLiteral("Update"));
+}
+
+LiveUpdateDialog::~LiveUpdateDialog()
+{
+    retireCheck();
+}
+
+void LiveUpdateDialog::show()
+{
+    checkUpdate();
+    QWidget::show();
+}
+
+void LiveUpdateDialog::checkUpdate()
+{
+    retireCheck();
+
+    ui->stackedWidget->setCurrentWidget(ui->page);
+    ui->label->setText(checkingText);
+    updateMessageValid = false;
+    checkData.clear();
+
+    const QUrl address(CAppSetting::instance()->updateAddress, QUrl::TolerantMode);
+    checkReply = networkManager.get(QNetworkRequest(address));
+    checkReply->setReadBufferSize(readBuffer);
+    connect(checkReply, &QNetworkReply::finished, this, &LiveUpdateDialog::checkUpdateFinished);
+    connect(checkReply, &QNetworkReply::readyRead, this, &LiveUpdateDialog::checkUpdateReadyRead);
+    connect(checkReply, &QNetworkReply::errorOccurred, this, &LiveUpdateDialog::checkUpdateError);
+}
+
+void LiveUpdateDialog::reject()
+{
+    if (ui->stackedWidget->currentWidget() == ui->page) {
+        cancelCheck();
+    } else if (ui->stackedWidget->currentWidget() == ui->page_2) {
+        CAppSetting::instance()->lastCheckDate = QDate::currentDate();
+    }
+    SkDialog::reject();
+}
+
+void LiveUpdateDialog::checkUpdateReadyRead()
+{
+    updateMessageValid = false;
+    if (checkReply->error() != QNetworkReply::NoError)
+        return;
+
+    checkData += checkReply->read(maximumMessage + 1 - checkData.size());
+    if (checkData.size() > maximumMessage) {
+        qCWarning(lcUpdate, "The update message is longer than %d bytes and is refused.", maximumMessage);
+        checkReply->abort();
+        return;
+    }
+
+    updateMessageValid = startsLikeUpdateMessage(checkData);
+    if (!updateMessageValid)
+        qDebug() << "Error update message gotten";
+}
+
+void LiveUpdateDialog::checkUpdateFinished()
+{
+    if (checkReply->bytesAvailable() > 0)
+        checkUpdateReadyRead();
+
+    // The status of an HTTP error is known only now, after its body.
+    if (checkReply->error() != QNetworkReply::NoError)
+        updateMessageValid = false;
+    checkReply->deleteLater();
+    checkReply = nullptr;
+
+    // Text after a NUL byte does not count.
+    if (!updateMessageValid)
+        showFailure();
+    else if (QString::fromUtf8(checkData.constData()) == QLatin1String("latest"))
+        ui->label->setText(latestText);
+    else if (const auto offer = UpdateOffer::fromMessage(checkData))
+        showOffer(*offer);
+}
+
+void LiveUpdateDialog::checkUpdateError(QNetworkReply::NetworkError errCode)
+{
+    qDebug() << "update error :" << QMetaEnum::fromType<QNetworkReply::NetworkError>().valueToKey(errCode);
+}
+
+void LiveUpdateDialog::downloadFile()
+{
+    if (UpdateOffer::leadsToTheWeb(downloadUrl))
+        QDesktopServices::openUrl(downloadUrl);
+    else
+        qCWarning(lcUpdate) << "The offer does not lead to the web and is not opened:" << downloadUrl;
+    reject();
+}
+
+void LiveUpdateDialog::checkWhenDue()
+{
+    int interval = 0; // days
+    switch (CAppSetting::instance()->auto_update) {
+    case 0:
+        return;
+    case 1:
+        interval = 1;
+        break;
+    case 2:
+        interval = 7;
+        break;
+    case 3:
+        interval = 30;
+        break;
+    default:
+        break;
+    }
+    if (CAppSetting::instance()->lastCheckDate.daysTo(QDate::currentDate()) >= interval)
+        checkUpdate();
+}
+
+void LiveUpdateDialog::cancelCheck()
+{
+    if (checkReply)
+        checkReply->abort();
+    // Only HTTP replies finish inside abort(); the others would answer a dialog that is closed by then.
+    if (checkReply) {
+        retireCheck();
+        showFailure();
+    }
+}
+
+void LiveUpdateDialog::retireCheck()
+{
+    if (!checkReply)
+        return;
+    checkReply->disconnect(this);
+    checkReply->abort();
+    checkReply->deleteLater();
+    checkReply = nullptr;
+}
+
+void LiveUpdateDialog::showFailure()
+{
+    ui->label->setText(failedText + linkTemplate.arg(CAppSetting::instance()->productURL));
+}
+
+void LiveUpdateDialog::showOffer(const UpdateOffer &offer)
+{
+    newVersion = offer.version;
+    downloadUrl = offer.url;
+    releaseNotes->setNotes(offer.notes);
+    ui->stackedWidget->setCurrentWidget(ui->page_2);
+    QWidget::show();
+}

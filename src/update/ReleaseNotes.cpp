@@ -1,0 +1,46 @@
+#include "update/ReleaseNotes.h"
+
+#include <QImage>
+#include <QRegularExpression>
+#include <QTextEdit>
+#include <QUrl>
+#include <QVariant>
+
+namespace {
+
+// Qt's layout takes minutes or the whole stack for crowds of tags, tables within tables and giant cells.
+bool isHarmless(const QString &notes)
+{
+    static const QRegularExpression giantCell(QStringLiteral("(padding|spacing|border)[^<>]{0,20}\\d{4}"),
+                                              QRegularExpression::CaseInsensitiveOption);
+    return notes.count(QLatin1Char('<')) <= 2000 && notes.count(QStringLiteral("<table"), Qt::CaseInsensitive) <= 8
+        && !notes.contains(giantCell);
+}
+
+} // namespace
+
+ReleaseNotes::ReleaseNotes(QTextEdit *editor)
+    : QTextDocument(editor)
+    , m_editor(editor)
+{
+    setDefaultFont(editor->font());
+    editor->setDocument(this);
+}
+
+void ReleaseNotes::setNotes(const QString &notes)
+{
+    if (isHarmless(notes))
+        m_editor->setText(notes);
+    else
+        m_editor->setPlainText(notes);
+}
+
+QVariant ReleaseNotes::loadResource(int type, const QUrl &)
+{
+    if (type != QTextDocument::ImageResource)
+        return {};
+    // Left without an image, Qt would look for a file of that name.
+    QImage nothing(1, 1, QImage::Format_ARGB32_Premultiplied);
+    nothing.fill(Qt::transparent);
+    return nothing;
+}
