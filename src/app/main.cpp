@@ -1,0 +1,29 @@
+#include "app/Skin.h"
+#include "app/SkMainWindow.h"
+#include "settings/CAppSetting.h"
+
+#include <QtSingleApplication>
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+
+    QtSingleApplication application(argc, argv, true);
+    if (application.isRunning()) {
+        application.sendMessage(QStringLiteral("Wake up!"), 5000);
+        return 0;
+    }
+
+    QGuiApplication::setDesktopFileName(QStringLiteral("fourfold"));
+
+    // The product's identity and the options come before any window.
+    CAppSetting::instance();
+    Skin::registerResource();
+    Skin::applyStyleSheet();
+
+    SkMainWindow window(nullptr, {});
+    window.showMainWindow();
+    application.setActivationWindow(&window, true);
+    return application.exec();
+}

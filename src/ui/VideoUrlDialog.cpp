@@ -1,0 +1,146 @@
+#include "ui/VideoUrlDialog.h"
+
+#include "framework/SkMessageBox.h"
+#include "settings/CAppSetting.h"
+#include "youtube/NetworkManager.h"
+#include "youtube/Youtube.h"
+
+#include "ui_VideoUrlDialog.h"
+
+#include <QScopedValueRollback>
+#include <QTextDocument>
+#include <QUrl>
+
+namespace {
+
+// Error texts may quote what a server sent, which must not turn into markup.
+QString asPlainText(const QString &text)
+{
+    return Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text) : text;
+}
+
+// A style sheet paints placeholder and typed text alike, and has no word to tell them apart.
+void fadePlaceholder(QLineEdit &lineEdit)
+{
+    lineEdit.ensurePolished();
+    QPalette palette = lineEdit.palette();
+    QColor faded = palette.color(QPalette::Text);
+    faded.setAlphaF(0.6);
+    palette.setColor(QPalette::PlaceholderText, faded);
+    lineEdit.setPalette(palette);
+}
+
+} // namespace
+
+VideoUrlDialog::VideoUrlDialog(bool playlist, QWidget *parent)
+    : SkDialog(parent, {}, false)
+    , ui(std::make_unique<Ui::VideoUrlDialog>())
+    , isPlaylist(playlist)
+{
+    setupForm(*ui);
+    showAnalysing(false);
+    ui->btnGo->setEnabled(false);
+    ui->urlLineEdit->setPlaceholderText(isPlaylist
+                                            ? QStringLiteral("Please copy and paste the url of Youtube Playlist here")
+                                            : QStringLiteral("Please copy and paste the url of Youtube Video here"));
+    fadePlaceholder(*ui->urlLineEdit);
+    setTitleName(isPlaylist ? QStringLiteral("Youtube Playlist Url") : QStringLiteral("Youtube Video Url"));
+    movie.setFileName(CAppSetting::instance()->getSkinPath(false) + QStringLiteral("logining.gif"));
+}
+
+VideoUrlDialog::~VideoUrlDialog() = default;
+
+void VideoUrlDialog::on_urlLineEdit_textEdited(const QString &text)
+{
+    ui->btnGo->setEnabled(!text.isEmpty());
+}
+
+void VideoUrlDialog::on_btnGo_clicked()
+{
+    movie.start();
+    ui->movie_label->setMovie(&movie);
+    ui->status_label->setText(isPlaylist ? QStringLiteral("Analyzing the Youtube Playlist url")
+                                         : QStringLiteral("Analyzing the Youtube Video url"));
+    showAnalysing(true);
+    accept();
+}
+
+void VideoUrlDialog::accept()
+{
+    if (m_isAnalysing)
+        return;
+    const QScopedValueRollback<bool> analysing(m_isAnalysing, true);
+
+    Youtube analyser;
+    connect(&analyser, &Youtube::videoDataNotFound, this, &VideoUrlDialog::onNoVideoFound);
+    QUrl url = QUrl::fromUserInput(ui->urlLineEdit->text());
+    QString error;
+    if (isPlaylist) {
+        connect(&analyser, &Youtube::playlistDataDownloaded, this, &VideoUrlDialog::playlistDataDownloaded);
+        error = analyser.downloadPlaylist(url);
+    } else {
+        connect(&analyser, &Youtube::videoDataDownloaded, this, &VideoUrlDialog::videoDataDownloaded);
+        error = analyser.downloadVideo(url);
+    }
+    if (error.isEmpty())
+        return;
+
+    // An application that is closing has nobody left to read the message.
+    if (!NetworkManager::getInstance()->isInterrupted()) {
+        const QString text =
+            QStringLiteral("Analyze the Youtube url failed: %1. Please check your network connection.");
+        SkMessageBox(this, SkMessageBox::DialogType_Critical, asPlainText(text.arg(error))).exec();
+    }
+    if (!isCanceled)
+        reject();
+}
+
+void VideoUrlDialog::reject()
+{
+    if (m_isAnalysing)
+        isCanceled = true;
+    SkDialog::reject();
+}
+
+void VideoUrlDialog::on_btnCancel_clicked()
+{
+    reject();
+}
+
+void VideoUrlDialog::videoDataDownloaded(VideoItem video)
+{
+    if (!video.isValid()) {
+        onNoVideoFound();
+        return;
+    }
+    if (isCanceled)
+        return;
+    SkDialog::accept();
+    emit signalGetVideo(video);
+}
+
+void VideoUrlDialog::playlistDataDownloaded(QVector<VideoItem> videos)
+{
+    if (videos.isEmpty()) {
+        onNoVideoFound();
+        return;
+    }
+    if (isCanceled)
+        return;
+    SkDialog::accept();
+    emit signalGetPlayList(videos);
+}
+
+void VideoUrlDialog::onNoVideoFound()
+{
+    SkMessageBox(this, SkMessageBox::DialogType_Warning, tr("No video found in the Youtube url.")).exec();
+    showAnalysing(false);
+}
+
+void VideoUrlDialog::showAnalysing(bool analysing)
+{
+    ui->status_label->setVisible(analysing);
+    ui->movie_label->setVisible(analysing);
+    ui->btnCancel->setVisible(analysing);
+    ui->btnGo->setVisible(!analysing);
+}
