@@ -26,3 +26,8 @@ void MainWidget::slotSetLeftStatuBarText(QString text)
 {
     m_pStatusBar->SetLeftLable(text);
 }
+
+bool MainWidget::isDownloading() const
+{
+    return ui->page1->isDownloading();
+}

@@ -23,6 +23,7 @@ public:
     ~MainWidget() override;
 
     void SwitchStackedPage(EnumStackedWidget page);
+    [[nodiscard]] bool isDownloading() const;
 
 public slots:
     void slotSetLeftStatuBarText(QString text);

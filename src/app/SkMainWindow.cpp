@@ -2,11 +2,13 @@
 
 #include "app/Skin.h"
 #include "framework/SkAboutDialog.h"
+#include "framework/SkMessageBox.h"
 #include "settings/CAppSetting.h"
 #include "update/LiveUpdateDialog.h"
 
 #include "ui_SkMainWindow.h"
 
+#include <QCloseEvent>
 #include <QDesktopServices>
 #include <QGuiApplication>
 #include <QHoverEvent>
@@ -155,6 +157,21 @@ void SkMainWindow::on_actionUpdate_triggered()
 void SkMainWindow::on_actionHelp_triggered()
 {
     QDesktopServices::openUrl(QUrl(m_pSetting->helpURL, QUrl::TolerantMode));
+}
+
+void SkMainWindow::closeEvent(QCloseEvent *event)
+{
+    if (ui->widgetMain->isDownloading()) {
+        SkMessageBox question(this, SkMessageBox::DialogType_Question,
+                              tr("Downloads are still running and will be left incomplete. Quit all the same?"));
+        question.setWindowTitle(m_pSetting->getFullProductName());
+        question.setBtnText(tr("Quit"));
+        if (question.exec() != QDialog::Accepted) {
+            event->ignore();
+            return;
+        }
+    }
+    QMainWindow::closeEvent(event);
 }
 
 bool SkMainWindow::event(QEvent *event)

@@ -44,6 +44,8 @@ public slots:
     void on_actionHelp_triggered();
 
 protected:
+    // Asks first while downloads run.
+    void closeEvent(QCloseEvent *event) override;
     bool event(QEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;

@@ -1,5 +1,6 @@
 #include "app/Skin.h"
 #include "app/SkMainWindow.h"
+#include "app/TerminationSignals.h"
 #include "settings/CAppSetting.h"
 
 #include <QtSingleApplication>
@@ -17,8 +18,9 @@ int main(int argc, char *argv[])
 
     QGuiApplication::setDesktopFileName(QStringLiteral("fourfold"));
 
+    const TerminationSignals terminationSignals;
     // The product's identity and the options come before any window.
-    CAppSetting::instance();
+    static_cast<void>(CAppSetting::instance());
     Skin::registerResource();
     Skin::applyStyleSheet();
 

@@ -5,8 +5,10 @@
 #include "settings/CAppSetting.h"
 #include "settings/FileNames.h"
 #include "ui/SizeText.h"
+#include "ui/TransferRate.h"
 #include "ui/VideoInfo.h"
 #include "ui/VideoUrlDialog.h"
+#include "youtube/NetworkManager.h"
 #include "youtube/StreamHead.h"
 
 #include "ui_DownloaderWidget.h"
@@ -14,21 +16,30 @@
 #include <QDebug>
 #include <QDesktopServices>
 #include <QDir>
+#include <QDragEnterEvent>
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QHeaderView>
+#include <QLabel>
+#include <QMenu>
+#include <QMimeData>
 #include <QProgressBar>
 #include <QSslCipher>
 #include <QSslConfiguration>
 #include <QSslSocket>
+#include <QTimer>
 #include <QUrl>
+#include <QVBoxLayout>
 
 #include <algorithm>
 
 namespace {
 
 enum Column { IdColumn, NameColumn, DurationColumn, SizeColumn, DownloadedColumn, ProgressColumn };
+
+// Where a row keeps the path of its finished file.
+constexpr int filePathRole = Qt::UserRole;
 
 constexpr int cellPadding = 12; // pixels, on either side
 
@@ -48,6 +59,18 @@ void writeSslSupport()
         qDebug() << cipher.name();
 }
 
+void openFile(const QString &path)
+{
+    QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+}
+
+// The web address that is being dragged; invalid when there is none.
+QUrl draggedAddress(const QMimeData &data)
+{
+    const QUrl url = data.hasUrls() ? data.urls().constFirst() : QUrl(data.text().trimmed(), QUrl::StrictMode);
+    return url.scheme().startsWith(QLatin1String("http")) ? url : QUrl();
+}
+
 } // namespace
 
 DownloaderWidget::DownloaderWidget(QWidget *parent)
@@ -65,13 +88,11 @@ DownloaderWidget::DownloaderWidget(QWidget *parent)
 
     setUpTaskList();
     ui->leDestination->setText(CAppSetting::instance()->outputPath);
+    setAcceptDrops(true);
 }
 
-DownloaderWidget::~DownloaderWidget()
-{
-    // The managers use network access objects that are children of this page.
-    qDeleteAll(m_running);
-}
+// The managers go before the network access objects that they use, which are children of this page.
+DownloaderWidget::~DownloaderWidget() = default;
 
 void DownloaderWidget::setUpTaskList()
 {
@@ -80,16 +101,62 @@ void DownloaderWidget::setUpTaskList()
     header->setStretchLastSection(false);
     header->setSectionResizeMode(NameColumn, QHeaderView::Stretch);
     // Wide enough for the header's text and for the longest content that is usual.
-    const QVector<QPair<int, QString>> usual {{IdColumn, QStringLiteral("000")},
-                                              {DurationColumn, QStringLiteral("00:00:00")},
-                                              {SizeColumn, QStringLiteral("1024.00MB")},
-                                              {DownloadedColumn, QStringLiteral("1024.00MB")},
-                                              {ProgressColumn, QStringLiteral("100 %  1024.00MB/s  00:00:00")}};
+    const QVector<QPair<int, QString>> usual{{IdColumn, QStringLiteral("000")},
+                                             {DurationColumn, QStringLiteral("00:00:00")},
+                                             {SizeColumn, QStringLiteral("1024.00MB")},
+                                             {DownloadedColumn, QStringLiteral("1024.00MB")},
+                                             {ProgressColumn, QStringLiteral("100 %  1024.00MB/s  00:00:00")}};
     ui->treeWidget->ensurePolished();
     for (const auto &[column, text] : usual) {
         const int textWidth = ui->treeWidget->fontMetrics().horizontalAdvance(text) + 2 * cellPadding;
         header->resizeSection(column, std::max(header->sectionSizeHint(column), textWidth));
     }
+
+    m_emptyHint = new QLabel(tr("Press a button above, or drop an address here."), ui->treeWidget->viewport());
+    m_emptyHint->setObjectName(QStringLiteral("emptyHint_label"));
+    m_emptyHint->setAlignment(Qt::AlignCenter);
+    m_emptyHint->setWordWrap(true);
+    auto *layout = new QVBoxLayout(ui->treeWidget->viewport());
+    layout->addWidget(m_emptyHint);
+
+    ui->treeWidget->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(ui->treeWidget, &QWidget::customContextMenuRequested, this, &DownloaderWidget::showRowMenu);
+    connect(ui->treeWidget, &QTreeWidget::itemActivated, this, [](QTreeWidgetItem *row) {
+        const QString path = row->data(NameColumn, filePathRole).toString();
+        if (!path.isEmpty())
+            openFile(path);
+    });
+}
+
+void DownloaderWidget::showRowMenu(const QPoint &pos)
+{
+    const QTreeWidgetItem *row = ui->treeWidget->itemAt(pos);
+    const QString path = row ? row->data(NameColumn, filePathRole).toString() : QString();
+    if (path.isEmpty())
+        return;
+    auto *menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addAction(tr("Open File"), this, [path] { openFile(path); });
+    menu->addAction(tr("Open Folder"), this, [path] { openFile(QFileInfo(path).absolutePath()); });
+    menu->popup(ui->treeWidget->viewport()->mapToGlobal(pos));
+}
+
+void DownloaderWidget::dragEnterEvent(QDragEnterEvent *event)
+{
+    if (draggedAddress(*event->mimeData()).isValid())
+        event->acceptProposedAction();
+}
+
+void DownloaderWidget::dropEvent(QDropEvent *event)
+{
+    const QUrl address = draggedAddress(*event->mimeData());
+    if (!address.isValid())
+        return;
+    event->acceptProposedAction();
+    // The program that the address comes from waits for the drop to end, which a dialog would delay.
+    QTimer::singleShot(0, this, [this, address] {
+        enterAddress(address.fileName() == QLatin1String("playlist"), address.toString(QUrl::FullyEncoded));
+    });
 }
 
 bool DownloaderWidget::getOutputDir(QString &path)
@@ -111,30 +178,40 @@ QTreeWidgetItem *DownloaderWidget::addTask(const VideoItem &video, const Meta &m
     const QString name = video.getTitle() + QLatin1Char('.') + meta.getExtension();
     item->setData(IdColumn, Qt::DisplayRole, meta.getItag());
     item->setText(NameColumn, name);
+    item->setToolTip(NameColumn, name.toHtmlEscaped());
     item->setText(DurationColumn, video.getLength());
     item->setText(SizeColumn, formatSize(meta.getSize()));
     item->setData(DownloadedColumn, Qt::DisplayRole, 0);
+    for (const int column : {SizeColumn, DownloadedColumn})
+        item->setTextAlignment(column, Qt::AlignRight | Qt::AlignVCenter);
 
     auto *bar = new QProgressBar(ui->treeWidget);
     bar->setMaximum(10000);
     ui->treeWidget->setItemWidget(item, ProgressColumn, bar);
+    m_emptyHint->hide();
     return item;
 }
 
 void DownloaderWidget::on_addVideo_clicked()
 {
     writeSslSupport();
-    VideoUrlDialog dialog(false, this);
-    dialog.setModal(true);
-    connect(&dialog, &VideoUrlDialog::signalGetVideo, this, &DownloaderWidget::onGetVideo);
-    dialog.exec();
+    enterAddress(false);
 }
 
 void DownloaderWidget::on_addPlaylist_clicked()
 {
-    VideoUrlDialog dialog(true, this);
+    enterAddress(true);
+}
+
+void DownloaderWidget::enterAddress(bool isPlaylist, const QString &address)
+{
+    VideoUrlDialog dialog(isPlaylist, this);
     dialog.setModal(true);
-    connect(&dialog, &VideoUrlDialog::signalGetPlayList, this, &DownloaderWidget::onGetPlayList);
+    dialog.setAddress(address);
+    if (isPlaylist)
+        connect(&dialog, &VideoUrlDialog::signalGetPlayList, this, &DownloaderWidget::onGetPlayList);
+    else
+        connect(&dialog, &VideoUrlDialog::signalGetVideo, this, &DownloaderWidget::onGetVideo);
     dialog.exec();
 }
 
@@ -168,8 +245,12 @@ void DownloaderWidget::onGetVideo(VideoItem video)
 
 void DownloaderWidget::onGetPlayList(QVector<VideoItem> videoList)
 {
-    for (const VideoItem &video : qAsConst(videoList))
+    for (const VideoItem &video : qAsConst(videoList)) {
+        // A quit during the start of one download leaves nobody to choose the next format.
+        if (NetworkManager::getInstance()->isInterrupted())
+            return;
         onGetVideo(video);
+    }
 }
 
 void DownloaderWidget::onStartDownload(VideoItem video, int itag)
@@ -203,7 +284,7 @@ void DownloaderWidget::onStartDownload(VideoItem video, int itag)
         return;
     }
     auto *manager = new DownloadManager(meta, path, this, row);
-    m_running.append(manager);
+    m_running.emplace(row, Running{std::unique_ptr<DownloadManager>(manager), std::make_unique<TransferRate>(), path});
     connect(manager, &DownloadManager::progress, this, &DownloaderWidget::downloadProgress);
     connect(manager, &DownloadManager::downloadCompleted, this, &DownloaderWidget::finished);
     manager->download();
@@ -216,6 +297,9 @@ void DownloaderWidget::downloadProgress(qint64 received, qint64 total, void *wid
     if (auto *bar = qobject_cast<QProgressBar *>(ui->treeWidget->itemWidget(row, ProgressColumn))) {
         bar->setMaximum(static_cast<int>(total));
         bar->setValue(static_cast<int>(received));
+        const auto running = m_running.find(widgetItem);
+        if (running != m_running.end())
+            bar->setFormat(running->second.rate->text(received, total));
         bar->show();
     }
 }
@@ -223,13 +307,17 @@ void DownloaderWidget::downloadProgress(qint64 received, qint64 total, void *wid
 void DownloaderWidget::finished(void *widgetItem)
 {
     auto *row = static_cast<QTreeWidgetItem *>(widgetItem);
-    if (auto *manager = qobject_cast<DownloadManager *>(sender())) {
-        if (!manager->failure().isEmpty()) {
-            row->setIcon(ProgressColumn, QIcon(skinFile(QStringLiteral("row-warning.png"))));
-            row->setToolTip(ProgressColumn, tr("The file is incomplete: %1").arg(manager->failure()).toHtmlEscaped());
-        }
-        m_running.removeOne(manager);
-        delete manager;
+    QString failure;
+    if (const auto *manager = qobject_cast<DownloadManager *>(sender())) {
+        failure = manager->failure();
+        row->setData(NameColumn, filePathRole, m_running.at(widgetItem).filePath);
+        m_running.erase(widgetItem);
+    }
+    if (failure.isEmpty()) {
+        row->setIcon(ProgressColumn, QIcon(skinFile(QStringLiteral("row-finished.png"))));
+    } else {
+        row->setIcon(ProgressColumn, QIcon(skinFile(QStringLiteral("row-warning.png"))));
+        row->setToolTip(ProgressColumn, tr("The file is incomplete: %1").arg(failure).toHtmlEscaped());
     }
     row->setText(ProgressColumn, tr("Finished"));
     ui->treeWidget->removeItemWidget(row, ProgressColumn);

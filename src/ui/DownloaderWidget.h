@@ -5,17 +5,21 @@
 #include <QVector>
 #include <QWidget>
 
+#include <map>
 #include <memory>
 
 class DownloadManager;
+class QLabel;
 class QTreeWidgetItem;
+class QUrl;
+class TransferRate;
 
 namespace Ui {
 class DownloaderWidget;
 }
 
-// The page on which downloads are started and watched. Rows stay for the life of the page; a download that is still
-// running when the page goes ends with it.
+// The page on which downloads are started and watched: by its buttons, or by an address that is dropped on it. Rows
+// stay for the life of the page; a download that is still running when the page goes ends with it.
 class DownloaderWidget final : public QWidget
 {
     Q_OBJECT
@@ -30,6 +34,11 @@ public:
     [[nodiscard]] bool getOutputDir(QString &path);
     // Appends the row of a new download; owned by the task list.
     QTreeWidgetItem *addTask(const VideoItem &video, const Meta &meta);
+    [[nodiscard]] bool isDownloading() const { return !m_running.empty(); }
+
+protected:
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
 
 private slots:
     void on_addVideo_clicked();
@@ -43,8 +52,18 @@ private slots:
     void downloadProgress(qint64 received, qint64 total, void *widgetItem);
 
 private:
+    struct Running
+    {
+        std::unique_ptr<DownloadManager> manager;
+        std::unique_ptr<TransferRate> rate;
+        QString filePath;
+    };
+
     void setUpTaskList();
+    void enterAddress(bool isPlaylist, const QString &address = {});
+    void showRowMenu(const QPoint &pos);
 
     const std::unique_ptr<Ui::DownloaderWidget> ui;
-    QVector<DownloadManager *> m_running; // owned
+    QLabel *m_emptyHint = nullptr; // owned by the task list
+    std::map<void *, Running> m_running; // by row
 };

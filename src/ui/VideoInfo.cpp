@@ -15,8 +15,10 @@ namespace {
 
 enum Column { IdColumn, NameColumn, FormatColumn, DurationColumn, ResolutionColumn, SizeColumn, DownloadColumn };
 
-// Rows that get their buttons in one go, more than any screen shows: a hostile page can list a hundred thousand formats,
-// whose buttons would freeze the window for half a minute.
+constexpr int cellPadding = 12; // pixels, on either side
+
+// Rows that get their buttons in one go, more than any screen shows: a hostile page can list a hundred thousand
+// formats, whose buttons would freeze the window for half a minute.
 constexpr int buttonsAtOnce = 200;
 
 qint64 pixelCount(const Meta &meta)
@@ -99,9 +101,11 @@ void VideoInfo::fillTable(const QList<Meta> &formats)
     table->selectRow(0);
 
     makeButtonsAround(0);
-    for (const int column : {FormatColumn, ResolutionColumn, DownloadColumn})
+    for (const int column : {FormatColumn, ResolutionColumn})
         table->resizeColumnToContents(column);
     if (table->rowCount() > 0) {
+        const int buttonWidth = table->cellWidget(0, DownloadColumn)->sizeHint().width() + 2 * cellPadding;
+        header->resizeSection(DownloadColumn, std::max(header->sectionSizeHint(DownloadColumn), buttonWidth));
         table->resizeRowToContents(0);
         table->verticalHeader()->setDefaultSectionSize(table->rowHeight(0));
     }

@@ -50,6 +50,12 @@ VideoUrlDialog::VideoUrlDialog(bool playlist, QWidget *parent)
 
 VideoUrlDialog::~VideoUrlDialog() = default;
 
+void VideoUrlDialog::setAddress(const QString &address)
+{
+    ui->urlLineEdit->setText(address);
+    on_urlLineEdit_textEdited(address);
+}
+
 void VideoUrlDialog::on_urlLineEdit_textEdited(const QString &text)
 {
     ui->btnGo->setEnabled(!text.isEmpty());

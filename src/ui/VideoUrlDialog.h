@@ -23,6 +23,9 @@ public:
     VideoUrlDialog(bool playlist, QWidget *parent);
     ~VideoUrlDialog() override;
 
+    // As if the person had typed it.
+    void setAddress(const QString &address);
+
 signals:
     // At most one of them for each analysis, after the dialog has closed; never once it was cancelled.
     void signalGetVideo(VideoItem video);

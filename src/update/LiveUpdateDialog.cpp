@@ -19,8 +19,8 @@ Q_LOGGING_CATEGORY(lcUpdate, "fourfold.update", QtWarningMsg)
 const QString checkingText = QStringLiteral("Check for updates...");
 const QString failedText = QStringLiteral("Update failed,please check your device and network connection.");
 const QString latestText = QStringLiteral("You have the latest version now.No update is available at this times.");
-const QString linkTemplate
-    = QStringLiteral("<br><a href = %1 >Please click here to visit the product page to download.</a>");
+const QString linkTemplate =
+    QStringLiteral("<br><a href = %1 >Please click here to visit the product page to download.</a>");
 
 constexpr int maximumMessage = 1024 * 1024; // bytes
 constexpr int readBuffer = 64 * 1024; // bytes

@@ -9,12 +9,14 @@
 
 #include <memory>
 
-namespace Ui { class LiveUpdateDialog; }
+namespace Ui {
+class LiveUpdateDialog;
+}
 class ReleaseNotes;
 struct UpdateOffer;
 
-// Asks the update service whether a newer build exists and offers what it answers. Modeless; GUI thread only. Each check
-// ends on screen in one way: failed, up to date, an offer, or nothing new for an offer that cannot be read.
+// Asks the update service whether a newer build exists and offers what it answers. Modeless; GUI thread only. Each
+// check ends on screen in one way: failed, up to date, an offer, or nothing new for an offer that cannot be read.
 class LiveUpdateDialog final : public SkDialog
 {
     Q_OBJECT

@@ -10,7 +10,8 @@ namespace {
 // The reader's time grows with the square of the attributes of a tag.
 constexpr int maximumAttributes = 10000;
 
-// As QXmlStreamReader::readElementText() with child elements, which recurses and so overflows the stack on deep nesting.
+// As QXmlStreamReader::readElementText() with child elements, which recurses and so overflows the stack on deep
+// nesting.
 QString textOfElement(QXmlStreamReader &xml)
 {
     QString text;

@@ -29,10 +29,10 @@ OSErr make(DescType type, Record record, AEDesc *result)
 {
     if (!result)
         return paramErr;
-    *result = { typeNull, nullptr };
+    *result = {typeNull, nullptr};
     if (inUse >= roomForDescriptors)
         return memFullErr;
-    *result = { type, new Record(std::move(record)) };
+    *result = {type, new Record(std::move(record))};
     ++inUse;
     return noErr;
 }
@@ -68,13 +68,13 @@ OSErr AECreateAppleEvent(AEEventClass eventClass, AEEventID eventID, const AEAdd
     const Record *address = recordOf(target);
     if (!address)
         return errAENotAEDesc;
-    return make(typeAppleEvent, { address->data, target->descriptorType, eventClass, eventID }, result);
+    return make(typeAppleEvent, {address->data, target->descriptorType, eventClass, eventID}, result);
 }
 
 OSStatus AESend(const AppleEvent *event, AppleEvent *reply, AESendMode, AESendPriority, qint32, AEIdleUPP, AEFilterUPP)
 {
     if (reply)
-        *reply = { typeNull, nullptr };
+        *reply = {typeNull, nullptr};
     const Record *record = recordOf(event);
     if (!record || event->descriptorType != typeAppleEvent)
         return errAENotAEDesc;
@@ -88,9 +88,9 @@ OSErr AEDisposeDesc(AEDesc *descriptor)
 {
     if (!descriptor)
         return paramErr;
-    if (const std::unique_ptr<const Record> record { recordOf(descriptor) })
+    if (const std::unique_ptr<const Record> record{recordOf(descriptor)})
         --inUse;
-    *descriptor = { typeNull, nullptr };
+    *descriptor = {typeNull, nullptr};
     return noErr;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-// The Apple Event Manager: the system's own on macOS, and elsewhere a small one of ours with the same names and contract,
-// which serves this process alone.
+// The Apple Event Manager: the system's own on macOS, and elsewhere a small one of ours with the same names and
+// contract, which serves this process alone.
 
 #include <QtGlobal>
 
@@ -70,8 +70,8 @@ constexpr OSErr errAENotAEDesc = -1704;
 OSErr AECreateDesc(DescType type, const void *data, Size size, AEDesc *result);
 OSErr AECreateAppleEvent(AEEventClass eventClass, AEEventID eventID, const AEAddressDesc *target, AEReturnID returnID,
                          AETransactionID transactionID, AppleEvent *result);
-OSStatus AESend(const AppleEvent *event, AppleEvent *reply, AESendMode mode, AESendPriority priority, qint32 timeOutInTicks,
-                AEIdleUPP idleProc, AEFilterUPP filterProc);
+OSStatus AESend(const AppleEvent *event, AppleEvent *reply, AESendMode mode, AESendPriority priority,
+                qint32 timeOutInTicks, AEIdleUPP idleProc, AEFilterUPP filterProc);
 OSErr AEDisposeDesc(AEDesc *descriptor);
 
 // What stands for the rest of the system around our manager. One thread only.

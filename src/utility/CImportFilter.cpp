@@ -29,7 +29,7 @@ std::vector<ListedEntry> readSorted(FolderReader &reader, Order order)
     std::vector<ListedEntry> listing;
     for (FolderEntry entry; reader.next(entry);) {
         const QString key = order == Order::ByNameIgnoringCase ? entry.name.toLower() : QString();
-        listing.push_back({ entry, key });
+        listing.push_back({entry, key});
     }
     std::sort(listing.begin(), listing.end(), [order](const ListedEntry &left, const ListedEntry &right) {
         const bool leftLater = order == Order::FoldersFirst && !left.entry.isFolder;

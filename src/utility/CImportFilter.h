@@ -5,10 +5,10 @@
 
 namespace Utility {
 
-// Walks folder trees and returns lists of paths. Hidden entries are never listed; a folder that is missing or unreadable
-// is an empty one; symbolic links are followed, but a folder is not entered again while it is being walked, so every walk
-// ends. Parameters that are lists in one text have their items separated by "|", and empty items count. No state; any
-// thread.
+// Walks folder trees and returns lists of paths. Hidden entries are never listed; a folder that is missing or
+// unreadable is an empty one; symbolic links are followed, but a folder is not entered again while it is being walked,
+// so every walk ends. Parameters that are lists in one text have their items separated by "|", and empty items count.
+// No state; any thread.
 class CImportFilter final
 {
 public:
@@ -29,8 +29,8 @@ public:
 
     static QStringList FilterSpecificItems(QStringList items, QString text);
 
-    // A file is a media file when its suffix occurs anywhere in the format filter of the settings, so one without a suffix
-    // always is. Folders come before files, by name, case counting.
+    // A file is a media file when its suffix occurs anywhere in the format filter of the settings, so one without a
+    // suffix always is. Folders come before files, by name, case counting.
     static QStringList FindAllSpecifiedFile(const QString &path);
     // Only the folder itself, by name ignoring case.
     static QStringList FindCurSpecifiedFile(const QString &path);

@@ -54,7 +54,7 @@ FolderReader::Identity FolderReader::identity() const
     struct stat own;
     if (!isOpen() || fstat(dirfd(m_dir.get()), &own) != 0)
         return {};
-    return { own.st_dev, own.st_ino };
+    return {own.st_dev, own.st_ino};
 }
 
 bool FolderReader::next(FolderEntry &entry)

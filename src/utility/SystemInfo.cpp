@@ -41,7 +41,8 @@ std::string SystemInfo::FindMaxSizeDisk()
 {
     QT_WARNING_PUSH
     QT_WARNING_DISABLE_DEPRECATED
-    // Only the folder of the name is used and no file is ever made from it, so the race that linkers warn of cannot happen.
+    // Only the folder of the name is used and no file is ever made from it, so the race that linkers warn of cannot
+    // happen.
     const std::unique_ptr<char, decltype(&std::free)> name(tempnam(nullptr, "tmpf"), &std::free);
     QT_WARNING_POP
     return FolderOfTemporaryName(name.get());
@@ -71,10 +72,10 @@ std::string SystemInfo::AddBackslash(const std::string &path)
 
 qint32 SendAppleEventToSystemProcess(unsigned int eventID)
 {
-    const ProcessSerialNumber systemProcess = { 0, kSystemProcess };
-    AEAddressDesc address = { typeNull, nullptr };
-    AppleEvent event = { typeNull, nullptr };
-    AppleEvent reply = { typeNull, nullptr };
+    const ProcessSerialNumber systemProcess = {0, kSystemProcess};
+    AEAddressDesc address = {typeNull, nullptr};
+    AppleEvent event = {typeNull, nullptr};
+    AppleEvent reply = {typeNull, nullptr};
 
     qint32 firstError = AECreateDesc(typeProcessSerialNumber, &systemProcess, sizeof systemProcess, &address);
     if (firstError != noErr)
@@ -85,8 +86,8 @@ qint32 SendAppleEventToSystemProcess(unsigned int eventID)
         return error == noErr;
     };
 
-    const bool created = note(AECreateAppleEvent(kCoreEventClass, eventID, &address, kAutoGenerateReturnID,
-                                                 kAnyTransactionID, &event));
+    const bool created =
+        note(AECreateAppleEvent(kCoreEventClass, eventID, &address, kAutoGenerateReturnID, kAnyTransactionID, &event));
     note(AEDisposeDesc(&address));
     if (!created)
         return firstError;

@@ -24,16 +24,16 @@ public:
 
     // The folder in which the system would put a temporary file.
     static std::string FindMaxSizeDisk();
-    // The folder part of a temporary name in the local encoding, one "/" before each of its parts and one at its end; the
-    // home folder where there is no name.
+    // The folder part of a temporary name in the local encoding, one "/" before each of its parts and one at its end;
+    // the home folder where there is no name.
     static std::string FolderOfTemporaryName(const char *name);
 
     // The path ending in exactly one "/" in place of its last slash or backslash, if any.
     static std::string AddBackslash(const std::string &path);
 };
 
-// Sends one event of the core class to the system process and does not wait for an answer. Returns the error of the first
-// call that failed, or 0.
+// Sends one event of the core class to the system process and does not wait for an answer. Returns the error of the
+// first call that failed, or 0.
 qint32 SendAppleEventToSystemProcess(unsigned int eventID);
 
 } // namespace Utility

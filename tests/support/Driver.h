@@ -13,6 +13,42 @@
 #include <limits>
 #include <utility>
 
+// The visible window of that class, the topmost modal one first; null when there is none.
+template <class W> W *visibleTopLevel()
+{
+    if (auto *modal = qobject_cast<W *>(QApplication::activeModalWidget()))
+        return modal;
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    for (QWidget *window : windows) {
+        auto *found = qobject_cast<W *>(window);
+        if (found && found->isVisible())
+            return found;
+    }
+    return nullptr;
+}
+
+// The descendant of that class and object name, a visible one before others; null when there is none.
+template <class W> W *named(const QWidget *window, const char *objectName)
+{
+    const auto found = window ? window->findChildren<W *>(QString::fromLatin1(objectName)) : QList<W *>();
+    for (W *widget : found) {
+        if (widget->isVisible())
+            return widget;
+    }
+    return found.value(0);
+}
+
+// As a person does with the mouse: nothing happens while the widget is disabled.
+inline void click(QWidget *widget)
+{
+    QTest::mouseClick(widget, Qt::LeftButton);
+}
+
+inline void type(QWidget *widget, const QString &text)
+{
+    QTest::keyClicks(widget, text);
+}
+
 // Plays steps one after another while the application runs its own event loops, modal dialogs included: as soon as the
 // condition of a step holds, its action is called, and the next step is watched even while that action has not
 // returned. A step that waits too long ends the play, and the open dialogs are closed so that no exec() waits for ever.
@@ -35,6 +71,21 @@ public:
     void when(const QString &name, Condition condition, Action action = {})
     {
         m_steps.push_back({name, std::move(condition), std::move(action)});
+    }
+
+    // A step for the moment when no modal dialog is open.
+    void whenIdle(Action action)
+    {
+        when(
+            QStringLiteral("no dialog is open"), [] { return !openDialog(); }, std::move(action));
+    }
+
+    // A step for the moment when a window of that class is visible, which the action gets.
+    template <class W, class WindowAction> void whenOpen(WindowAction action)
+    {
+        when(
+            QStringLiteral("a window of the class %1 is open").arg(QLatin1String(W::staticMetaObject.className())),
+            [] { return visibleTopLevel<W>() != nullptr; }, [action] { action(visibleTopLevel<W>()); });
     }
 
     // Returns at once; the steps are played from the event loop.
@@ -109,34 +160,3 @@ private:
     QString m_failure;
     int m_actionsOnStack = 0;
 };
-
-// The visible window of that class, the topmost modal one first; null when there is none.
-template <class W> W *visibleTopLevel()
-{
-    if (auto *modal = qobject_cast<W *>(QApplication::activeModalWidget()))
-        return modal;
-    const QWidgetList windows = QApplication::topLevelWidgets();
-    for (QWidget *window : windows) {
-        auto *found = qobject_cast<W *>(window);
-        if (found && found->isVisible())
-            return found;
-    }
-    return nullptr;
-}
-
-// The descendant of that class and object name; null when there is none.
-template <class W> W *named(const QWidget *window, const char *objectName)
-{
-    return window ? window->findChild<W *>(QString::fromLatin1(objectName)) : nullptr;
-}
-
-// As a person does with the mouse: nothing happens while the widget is disabled.
-inline void click(QWidget *widget)
-{
-    QTest::mouseClick(widget, Qt::LeftButton);
-}
-
-inline void type(QWidget *widget, const QString &text)
-{
-    QTest::keyClicks(widget, text);
-}

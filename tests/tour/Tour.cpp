@@ -21,6 +21,7 @@
 #include <QToolButton>
 #include <QTreeWidget>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -130,7 +131,11 @@ void Tour::planPlaylist()
         choose(itags.at(i));
     m_driver.when(
         QStringLiteral("several downloads are under way"),
-        [this] { return m_window.findChildren<QProgressBar *>().size() > 1 && !QApplication::activeModalWidget(); },
+        [this] {
+            const auto bars = m_window.findChildren<QProgressBar *>();
+            return bars.size() > 1 && !QApplication::activeModalWidget()
+                && std::all_of(bars.begin(), bars.end(), [](const QProgressBar *bar) { return bar->value() > 0; });
+        },
         [this] { screenshot(&m_window, QStringLiteral("main-busy")); });
     m_driver.when(
         QStringLiteral("the playlist is finished"), [this, ids] { return allFinished(1 + ids.size()); },

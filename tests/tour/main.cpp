@@ -54,7 +54,7 @@ int main(int argc, char *argv[])
         return checkOptions();
 
     DemoSite::Options options;
-    options.bytesPerSecond = 250000;
+    options.bytesPerSecond = 120000;
     DemoSite site(options);
     if (!site.start()) {
         std::fputs(qPrintable(site.errorString()), stderr);

@@ -1,0 +1,51 @@
+#include "ui/TransferRate.h"
+
+#include "ui/SizeText.h"
+
+#include <QTime>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr qint64 changeInterval = 500; // milliseconds
+constexpr double averagingPeriod = 3; // seconds
+constexpr QChar figureSpace(0x2007); // as wide as a digit
+constexpr qint64 longestTime = 24 * 3600; // seconds
+
+QString timeText(double seconds)
+{
+    if (!(seconds < longestTime))
+        return QStringLiteral("--:--:--");
+    return QTime(0, 0).addSecs(static_cast<int>(std::ceil(seconds))).toString(QStringLiteral("hh:mm:ss"));
+}
+
+} // namespace
+
+QString TransferRate::text(qint64 received, qint64 total)
+{
+    if (total <= 0)
+        return m_text;
+    const QString percent = QString::number(100 * received / total).rightJustified(3, figureSpace) + QLatin1Char('%');
+    const qint64 now = m_clock.elapsed();
+    const qint64 elapsed = now - m_lastChange;
+    if (elapsed < changeInterval)
+        return m_text.isEmpty() ? percent : m_text;
+
+    const double seconds = static_cast<double>(elapsed) / 1000;
+    const double current = static_cast<double>(received - m_lastReceived) / seconds;
+    // The first figure counts whole, later ones by their share of the averaging period.
+    const double weight = m_bytesPerSecond > 0 ? 1 - std::exp(-seconds / averagingPeriod) : 1;
+    m_bytesPerSecond += weight * (current - m_bytesPerSecond);
+    m_lastChange = now;
+    m_lastReceived = received;
+
+    m_text = percent;
+    if (m_bytesPerSecond >= 1) {
+        m_text = QStringLiteral("%1  %2/s  %3")
+                     .arg(percent, formatSize(static_cast<qint64>(m_bytesPerSecond)),
+                          timeText(static_cast<double>(total - received) / m_bytesPerSecond));
+    }
+    return m_text;
+}
