@@ -104,13 +104,11 @@ void DownloaderWidget::setUpTaskList()
     const QVector<QPair<int, QString>> usual{{IdColumn, QStringLiteral("000")},
                                              {DurationColumn, QStringLiteral("00:00:00")},
                                              {SizeColumn, QStringLiteral("1024.00MB")},
-                                             {DownloadedColumn, QStringLiteral("1024.00MB")},
-                                             {ProgressColumn, QStringLiteral("100 %  1024.00MB/s  00:00:00")}};
+                                             {DownloadedColumn, QStringLiteral("1024.00MB")}};
     ui->treeWidget->ensurePolished();
-    for (const auto &[column, text] : usual) {
-        const int textWidth = ui->treeWidget->fontMetrics().horizontalAdvance(text) + 2 * cellPadding;
-        header->resizeSection(column, std::max(header->sectionSizeHint(column), textWidth));
-    }
+    for (const auto &[column, text] : usual)
+        header->resizeSection(column, std::max(header->sectionSizeHint(column), cellWidth(text)));
+    ui->treeWidget->viewport()->installEventFilter(this);
 
     m_emptyHint = new QLabel(tr("Press a button above, or drop an address here."), ui->treeWidget->viewport());
     m_emptyHint->setObjectName(QStringLiteral("emptyHint_label"));
@@ -126,6 +124,26 @@ void DownloaderWidget::setUpTaskList()
         if (!path.isEmpty())
             openFile(path);
     });
+}
+
+int DownloaderWidget::cellWidth(const QString &text) const
+{
+    return ui->treeWidget->fontMetrics().horizontalAdvance(text) + 2 * cellPadding;
+}
+
+bool DownloaderWidget::eventFilter(QObject *watched, QEvent *event)
+{
+    // In a narrow window the progress column makes room for the name, down to the bare per cent.
+    if (event->type() == QEvent::Resize) {
+        QHeaderView *header = ui->treeWidget->header();
+        int room = ui->treeWidget->viewport()->width() - cellWidth(QStringLiteral("A name of a video"));
+        for (const int column : {IdColumn, DurationColumn, SizeColumn, DownloadedColumn})
+            room -= header->sectionSize(column);
+        const int narrowest = std::max(header->sectionSizeHint(ProgressColumn), cellWidth(QStringLiteral("100%")));
+        const int widest = std::max(narrowest, cellWidth(QStringLiteral("100%  1024.00MB/s  00:00:00")));
+        header->resizeSection(ProgressColumn, std::clamp(room, narrowest, widest));
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void DownloaderWidget::showRowMenu(const QPoint &pos)
@@ -298,8 +316,9 @@ void DownloaderWidget::downloadProgress(qint64 received, qint64 total, void *wid
         bar->setMaximum(static_cast<int>(total));
         bar->setValue(static_cast<int>(received));
         const auto running = m_running.find(widgetItem);
-        if (running != m_running.end())
-            bar->setFormat(running->second.rate->text(received, total));
+        const QString text = running != m_running.end() ? running->second.rate->text(received, total) : QString();
+        const bool fits = bar->fontMetrics().horizontalAdvance(text) < bar->width();
+        bar->setFormat(fits ? text : QStringLiteral("%p%"));
         bar->show();
     }
 }

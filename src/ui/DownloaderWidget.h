@@ -39,6 +39,7 @@ public:
 protected:
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dropEvent(QDropEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private slots:
     void on_addVideo_clicked();
@@ -60,6 +61,7 @@ private:
     };
 
     void setUpTaskList();
+    [[nodiscard]] int cellWidth(const QString &text) const;
     void enterAddress(bool isPlaylist, const QString &address = {});
     void showRowMenu(const QPoint &pos);
 

@@ -26,9 +26,9 @@ int main(int argc, char *argv[])
         setting.backupFilePath = QStringLiteral("/backup/");
     }
 
-    const QJsonObject fields {
-        {QStringLiteral("windowPoint"), QJsonArray {setting.windowPoint.x(), setting.windowPoint.y()}},
-        {QStringLiteral("windowSize"), QJsonArray {setting.windowSize.width(), setting.windowSize.height()}},
+    const QJsonObject fields{
+        {QStringLiteral("windowPoint"), QJsonArray{setting.windowPoint.x(), setting.windowPoint.y()}},
+        {QStringLiteral("windowSize"), QJsonArray{setting.windowSize.width(), setting.windowSize.height()}},
         {QStringLiteral("maximization"), setting.maximization},
         {QStringLiteral("auto_update"), setting.auto_update},
         {QStringLiteral("lastCheckDate"), setting.lastCheckDate.toString(Qt::ISODate)},

@@ -61,7 +61,8 @@ public:
         QProcess process;
         process.setProcessEnvironment(environment);
         process.start(program, wishes);
-        const bool endedWell = process.waitForFinished() && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+        const bool endedWell =
+            process.waitForFinished() && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
         m_log = process.readAllStandardError();
         return endedWell ? QJsonDocument::fromJson(process.readAllStandardOutput()).object() : QJsonObject();
     }
@@ -84,7 +85,9 @@ private slots:
         QTest::addColumn<quint64>("bytes");
         QTest::addColumn<QString>("text");
 
-        const auto row = [](quint64 bytes, const char *text) { QTest::newRow(text) << bytes << QString::fromLatin1(text); };
+        const auto row = [](quint64 bytes, const char *text) {
+            QTest::newRow(text) << bytes << QString::fromLatin1(text);
+        };
         row(0, "0.00 B");
         row(1024, "1024.00 B");
         row(1025, "1.00 KB");
@@ -131,10 +134,12 @@ private slots:
         const QString product = QStringLiteral("productName");
         const QString update = QStringLiteral("updateAddress");
         row("complete",
-            acme + "version=3.0.12\r\nbuildNum=7\r\ncopyright=© 2026 Acme\r\ncompanyURL=https://acme.example/?a=b\r\n"
-                   "productURL=https://acme.example/box\r\nhelpURL=https://acme.example/help\r\nsupportEmail=help@acme.example\r\n"
-                   "salesEmail=sales@acme.example\r\nupdateAddress=https://acme.example/check?ver=%1\r\n"
-                   "icloudPrivacyX=no\r\nicloudPrivacy=https://acme.example/privacy\r\ncolour=blue\r\n\r\n",
+            acme
+                + "version=3.0.12\r\nbuildNum=7\r\ncopyright=© 2026 Acme\r\ncompanyURL=https://acme.example/?a=b\r\n"
+                  "productURL=https://acme.example/box\r\nhelpURL=https://acme.example/"
+                  "help\r\nsupportEmail=help@acme.example\r\n"
+                  "salesEmail=sales@acme.example\r\nupdateAddress=https://acme.example/check?ver=%1\r\n"
+                  "icloudPrivacyX=no\r\nicloudPrivacy=https://acme.example/privacy\r\ncolour=blue\r\n\r\n",
             {{company, QStringLiteral("Acme")},
              {product, QStringLiteral("Video Box")},
              {QStringLiteral("version"), QStringLiteral("3.0.12")},
@@ -155,7 +160,10 @@ private slots:
         row("bare line feeds make one line", "companyName=Acme\nproductName=Box\ncompanyName=Other",
             {{company, QStringLiteral("Acme\nproductName=Box\nOther")}, {product, QString()}});
         row("empty file", "",
-            {{company, QString()}, {product, QString()}, {update, QString()}, {QStringLiteral("fullProductName"), QStringLiteral(" ")}});
+            {{company, QString()},
+             {product, QString()},
+             {update, QString()},
+             {QStringLiteral("fullProductName"), QStringLiteral(" ")}});
         row("blanks around the equals sign", "companyName = Acme\r\n productName=Box",
             {{company, QStringLiteral("companyName = Acme")}, {product, QString()}});
         row("key text in the value", "productName=Video productName=Box", {{product, QStringLiteral("Video Box")}});
@@ -168,11 +176,11 @@ private slots:
         row("address with percent escapes", "version=3.0\r\nupdateAddress=https://a.example/a%20b%2Fc%E2?v=%1&d=100%",
             {{update, QStringLiteral("https://a.example/a%20b%2Fc%E2?v=30&d=100%")}});
         row("zero byte ends its chunk",
-            QByteArray("companyName=Acme\0\r\nproductName=lost\r\n", 37).leftJustified(10240, 'x') + "Ltd\r\nproductName=Box",
+            QByteArray("companyName=Acme\0\r\nproductName=lost\r\n", 37).leftJustified(10240, 'x')
+                + "Ltd\r\nproductName=Box",
             {{company, QStringLiteral("AcmeLtd")}, {product, QStringLiteral("Box")}});
         // The first chunk ends after the first of three bytes.
-        row("character across the chunk's end",
-            QByteArray(10240 - 15, '-') + "\r\ncompanyName=한국\r\nproductName=Box",
+        row("character across the chunk's end", QByteArray(10240 - 15, '-') + "\r\ncompanyName=한국\r\nproductName=Box",
             {{company, QStringLiteral("한국")}, {product, QStringLiteral("Box")}});
         row("several chunks", "helpURL=" + QByteArray(30000, 'h') + "\r\nproductName=Box",
             {{QStringLiteral("helpURL"), QString(30000, QLatin1Char('h'))}, {product, QStringLiteral("Box")}});
@@ -212,7 +220,8 @@ private slots:
         QVERIFY(date >= before && date <= QDate::currentDate());
         compareOptions(printed, defaults(person), {QStringLiteral("lastCheckDate")});
         QCOMPARE(text("appHome"), person.appHome());
-        QCOMPARE(text("iTunesBackupDir"), person.home() + QStringLiteral("/Library/Application Support/MobileSync/Backup"));
+        QCOMPARE(text("iTunesBackupDir"),
+                 person.home() + QStringLiteral("/Library/Application Support/MobileSync/Backup"));
         QCOMPARE(text("homePath"), person.home() + QStringLiteral("/Documents/Acme/Video Box/"));
         QVERIFY(QFileInfo(text("homePath")).isDir());
         QCOMPARE(text("logFilePath"), person.appHome() + QStringLiteral("Acme Video Box.log"));
@@ -253,11 +262,11 @@ private slots:
         QTest::newRow("values of other types")
             << QByteArray("[General]\nwindowPoint=here\nwindowSize=large\nmaximization=yes\nauto_update=often\n"
                           "lastCheckDate=someday\noutputPath=5\nbackupFilePath=\n")
-            << QJsonObject {{QStringLiteral("windowSize"), QJsonArray {-1, -1}},
-                            {QStringLiteral("maximization"), true},
-                            {QStringLiteral("auto_update"), 0},
-                            {QStringLiteral("lastCheckDate"), QString()},
-                            {QStringLiteral("outputPath"), QStringLiteral("5")}};
+            << QJsonObject{{QStringLiteral("windowSize"), QJsonArray{-1, -1}},
+                           {QStringLiteral("maximization"), true},
+                           {QStringLiteral("auto_update"), 0},
+                           {QStringLiteral("lastCheckDate"), QString()},
+                           {QStringLiteral("outputPath"), QStringLiteral("5")}};
     }
     void readsDamagedOptions()
     {
@@ -270,7 +279,7 @@ private slots:
         for (auto difference = differences.begin(); difference != differences.end(); ++difference)
             expected.insert(difference.key(), difference.value());
         compareOptions(person.run({QStringLiteral("crash")}), expected,
-                       differences.isEmpty() ? QStringList {QStringLiteral("lastCheckDate")} : QStringList());
+                       differences.isEmpty() ? QStringList{QStringLiteral("lastCheckDate")} : QStringList());
         // What is saved over it is read again.
         compareOptions(person.run({QStringLiteral("change")}), changed());
         compareOptions(person.run(), changed());
@@ -285,7 +294,8 @@ private slots:
         const QString fallback = person.home() + QStringLiteral("/Documents/Acme/Video Box/");
         const QJsonObject printed = person.run({QStringLiteral("change")});
         QCOMPARE(printed.value(QStringLiteral("appHome")).toString(), fallback);
-        const QString line = QStringLiteral("QString CAppSetting::getAppHome() can't make dir: \"%1\"").arg(person.appHome());
+        const QString line =
+            QStringLiteral("QString CAppSetting::getAppHome() can't make dir: \"%1\"").arg(person.appHome());
         QVERIFY2(QString::fromUtf8(person.log()).contains(line), person.log().constData());
         compareOptions(person.run(), changed());
     }
@@ -293,8 +303,8 @@ private slots:
 private:
     static QJsonObject defaults(const Person &person)
     {
-        return {{QStringLiteral("windowPoint"), QJsonArray {0, 0}},
-                {QStringLiteral("windowSize"), QJsonArray {874, 585}},
+        return {{QStringLiteral("windowPoint"), QJsonArray{0, 0}},
+                {QStringLiteral("windowSize"), QJsonArray{874, 585}},
                 {QStringLiteral("maximization"), false},
                 {QStringLiteral("auto_update"), 2},
                 {QStringLiteral("lastCheckDate"), QString()},
@@ -305,8 +315,8 @@ private:
     // What the probe sets on "change".
     static QJsonObject changed()
     {
-        return {{QStringLiteral("windowPoint"), QJsonArray {-7, 40}},
-                {QStringLiteral("windowSize"), QJsonArray {1000, 700}},
+        return {{QStringLiteral("windowPoint"), QJsonArray{-7, 40}},
+                {QStringLiteral("windowSize"), QJsonArray{1000, 700}},
                 {QStringLiteral("maximization"), true},
                 {QStringLiteral("auto_update"), 3},
                 {QStringLiteral("lastCheckDate"), QStringLiteral("2020-02-29")},
@@ -320,7 +330,8 @@ private:
         for (auto option = expected.begin(); option != expected.end(); ++option) {
             if (!except.contains(option.key()))
                 QVERIFY2(printed.value(option.key()) == option.value(),
-                         qPrintable(option.key() + QStringLiteral(" is ") + printed.value(option.key()).toVariant().toString()));
+                         qPrintable(option.key() + QStringLiteral(" is ")
+                                    + printed.value(option.key()).toVariant().toString()));
         }
     }
 };

@@ -1,4 +1,5 @@
-// Plays the tour, or looks at what its end has left: fourfold-tour FOLDER [--check-options]
+// Plays the tour, under a dark system palette if asked so, or looks at what its end has left:
+//   fourfold-tour FOLDER [--dark | --check-options]
 
 #include "tour/Tour.h"
 
@@ -10,6 +11,7 @@
 
 #include <QApplication>
 #include <QLoggingCategory>
+#include <QPalette>
 
 #include <cstdio>
 
@@ -47,11 +49,13 @@ int main(int argc, char *argv[])
     QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() < 2) {
-        std::fputs("usage: fourfold-tour FOLDER [--check-options]\n", stderr);
+        std::fputs("usage: fourfold-tour FOLDER [--dark | --check-options]\n", stderr);
         return 2;
     }
     if (arguments.value(2) == QLatin1String("--check-options"))
         return checkOptions();
+    if (arguments.value(2) == QLatin1String("--dark"))
+        QApplication::setPalette(QPalette(QColor(0x2a, 0x2e, 0x32), QColor(0x1b, 0x1e, 0x20)));
 
     DemoSite::Options options;
     options.bytesPerSecond = 120000;
