@@ -1,6 +1,8 @@
-# The one place for language level, warnings and Qt's strictness; every target links it.
+# The one place for language level, warnings and Qt's strictness; every target links fourfold_options.
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
 add_library(fourfold_options INTERFACE)
-target_compile_features(fourfold_options INTERFACE cxx_std_17)
 target_compile_options(fourfold_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Wunused
     $<$<BOOL:${FOURFOLD_WERROR}>:-Werror>)

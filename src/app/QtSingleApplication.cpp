@@ -11,6 +11,8 @@
 #include <QTimer>
 #include <QWidget>
 
+#include <unistd.h>
+
 namespace {
 
 // A message is one line of Base64; whoever sends more, or takes longer, is shown the door.
@@ -25,8 +27,9 @@ QString instanceName()
     QString folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
     if (folder.isEmpty())
         folder = QDir::tempPath();
-    const QByteArray identity =
-        QCryptographicHash::hash(QCoreApplication::applicationFilePath().toUtf8(), QCryptographicHash::Sha256);
+    const QByteArray executableAndUser =
+        QCoreApplication::applicationFilePath().toUtf8() + '\n' + QByteArray::number(::getuid());
+    const QByteArray identity = QCryptographicHash::hash(executableAndUser, QCryptographicHash::Sha256);
     return folder + QStringLiteral("/fourfold-") + QString::fromLatin1(identity.toHex().left(16));
 }
 

@@ -20,6 +20,7 @@
 #include <QScreen>
 #include <QShortcut>
 #include <QUrl>
+#include <QWindow>
 
 namespace {
 
@@ -56,8 +57,8 @@ SkMainWindow::SkMainWindow(QWidget *parent, Qt::WindowFlags flags)
     buildHelpMenu();
     ui->framePage->hide();
 
-    // The platform's quit command, where no menu of the platform offers it.
-    connect(new QShortcut(QKeySequence(QKeySequence::Quit), this), &QShortcut::activated, this, &QWidget::close);
+    // The quit command where no menu of the platform offers it; not every platform has a standard key for it.
+    connect(new QShortcut(QKeySequence(Qt::CTRL + Qt::Key_Q), this), &QShortcut::activated, this, &QWidget::close);
     setup();
 }
 
@@ -67,6 +68,7 @@ void SkMainWindow::showMainWindow()
 {
     setTitle();
     show();
+    windowHandle()->installEventFilter(this);
 }
 
 void SkMainWindow::setTitle()
@@ -132,6 +134,8 @@ void SkMainWindow::buildHelpMenu()
     auto *checkUpdate =
         makeAction(tr("Check Update"), QStringLiteral("update_icon.png"), &SkMainWindow::on_actionUpdate_triggered);
 
+    onlineHelp->setShortcut(QKeySequence::HelpContents);
+
     m_pHelpMenu->addAction(onlineHelp);
     m_pHelpMenu->addSeparator();
     m_pHelpMenu->addAction(checkUpdate);
@@ -195,13 +199,51 @@ bool SkMainWindow::event(QEvent *event)
     case QEvent::HoverMove:
         hover(*static_cast<QHoverEvent *>(event));
         break;
-    case QEvent::MouseMove:
-        drag(static_cast<QMouseEvent *>(event)->globalPos());
+    case QEvent::MouseMove: {
+        const auto *move = static_cast<QMouseEvent *>(event);
+        m_bLeftButtonDown = m_bLeftButtonDown && move->buttons().testFlag(Qt::LeftButton);
+        drag(move->globalPos());
         break;
+    }
     default:
         break;
     }
     return QMainWindow::event(event);
+}
+
+bool SkMainWindow::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched != windowHandle() || !isForFrame(*event))
+        return QMainWindow::eventFilter(watched, event);
+    if (event->type() == QEvent::MouseButtonPress)
+        m_isResizing = true;
+    else if (event->type() == QEvent::MouseButtonRelease)
+        m_isResizing = false;
+    this->event(event);
+    return true;
+}
+
+bool SkMainWindow::isForFrame(const QEvent &event) const
+{
+    switch (event.type()) {
+    case QEvent::MouseButtonPress: {
+        const auto &press = static_cast<const QMouseEvent &>(event);
+        return press.button() == Qt::LeftButton && !m_pSetting->maximization && m_resizeRegion != None
+            && regionAt(press.pos()) == m_resizeRegion;
+    }
+    case QEvent::MouseMove:
+        return m_isResizing && static_cast<const QMouseEvent &>(event).buttons().testFlag(Qt::LeftButton);
+    case QEvent::MouseButtonRelease:
+        return m_isResizing && static_cast<const QMouseEvent &>(event).button() == Qt::LeftButton;
+    case QEvent::MouseButtonDblClick: {
+        // The menu bar stands where the band is, and has no use for a double-click beside its entries.
+        const QPoint pos = static_cast<const QMouseEvent &>(event).pos();
+        const auto *menuBar = qobject_cast<QMenuBar *>(childAt(pos));
+        return menuBar && !menuBar->actionAt(menuBar->mapFrom(this, pos));
+    }
+    default:
+        return false;
+    }
 }
 
 void SkMainWindow::keyPressEvent(QKeyEvent *event)
@@ -226,6 +268,7 @@ void SkMainWindow::toggleMaximized(const QMouseEvent &doubleClick)
         revertWindowSize();
     else
         maximize(false);
+    m_resizeRegion = None;
     setCursor(Qt::ArrowCursor);
 }
 
@@ -263,7 +306,9 @@ void SkMainWindow::hover(const QHoverEvent &event)
 
 void SkMainWindow::drag(const QPoint &globalPos)
 {
-    if (globalPos == m_lastGlobalPos || m_resizeRegion == None)
+    // Moves without the button come too, from widgets that have no use for them, and after a release that a modal
+    // dialog has kept from the window.
+    if (!m_bLeftButtonDown || globalPos == m_lastGlobalPos || m_resizeRegion == None)
         return;
     const bool movesLeft = m_resizeRegion == Left || m_resizeRegion == TopLeft || m_resizeRegion == BottomLeft;
     const bool movesRight = m_resizeRegion == Right || m_resizeRegion == TopRight || m_resizeRegion == BottomRight;

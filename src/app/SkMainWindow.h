@@ -47,6 +47,8 @@ protected:
     // Asks first while downloads run.
     void closeEvent(QCloseEvent *event) override;
     bool event(QEvent *event) override;
+    // Takes what is meant for the frame before the widgets at the edges do.
+    bool eventFilter(QObject *watched, QEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
 
@@ -54,6 +56,7 @@ private:
     enum ResizeRegion { None, Top, Right, Bottom, Left, TopRight, BottomRight, BottomLeft, TopLeft };
 
     void buildHelpMenu();
+    [[nodiscard]] bool isForFrame(const QEvent &event) const;
     void toggleMaximized(const QMouseEvent &doubleClick);
     void hover(const QHoverEvent &event);
     void drag(const QPoint &globalPos);
@@ -66,4 +69,5 @@ private:
     ResizeRegion m_resizeRegion = None;
     LiveUpdateDialog *m_pLiveUpdateDialog = nullptr; // a child, made by the first check
     QMenu *m_pHelpMenu = nullptr; // a child of the menu bar
+    bool m_isResizing = false; // the frame has taken the press
 };

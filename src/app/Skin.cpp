@@ -21,9 +21,11 @@ void applyStyleSheet()
     if (file.open(QIODevice::ReadOnly))
         bytes = file.readAll();
     // The one colour that a style sheet cannot give: links in labels.
-    QPalette palette = QApplication::palette();
-    palette.setColor(QPalette::Link, QColor(0x0f, 0x6b, 0x6b));
-    QApplication::setPalette(palette);
+    if (!bytes.isEmpty()) {
+        QPalette palette = QApplication::palette();
+        palette.setColor(QPalette::Link, QColor(0x0f, 0x6b, 0x6b));
+        QApplication::setPalette(palette);
+    }
     // A zero byte ends the sheet.
     qApp->setStyleSheet(
         QString::fromUtf8(bytes.constData(), static_cast<int>(qstrnlen(bytes.constData(), bytes.size()))));

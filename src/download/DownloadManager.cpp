@@ -4,15 +4,31 @@
 
 #include <QDebug>
 #include <QFile>
+#include <QFileInfo>
 #include <QLoggingCategory>
 #include <QMutexLocker>
 #include <QNetworkAccessManager>
+
+#include <array>
 
 namespace {
 
 Q_LOGGING_CATEGORY(lcDownload, "fourfold.download", QtWarningMsg)
 
 constexpr int inactivityLimit = 60000; // milliseconds
+
+// Why the file cannot be opened as often as a download needs descriptors; empty when it can. The network's new thread
+// would end the whole process where it finds none left.
+QString obstacleTo(const QString &filePath)
+{
+    std::array<QFile, 16> trials;
+    for (QFile &trial : trials) {
+        trial.setFileName(filePath);
+        if (!trial.open(QIODevice::ReadOnly))
+            return trial.errorString();
+    }
+    return {};
+}
 
 } // namespace
 
@@ -40,6 +56,7 @@ void DownloadManager::download()
 {
     if (threadCount < 1)
         return;
+    const QString obstacle = obstacleTo(filePath);
     const int chunk = meta.getSize() / threadCount;
     for (int i = 0; i < threadCount; ++i) {
         const bool isLast = i == threadCount - 1;
@@ -49,10 +66,12 @@ void DownloadManager::download()
         auto *worker = new DownloaderThread(meta.getUrl(), filePath, start, lastByte, accessManager, this);
         if (totalSize > 0)
             worker->setStreamLength(totalSize);
+        if (!obstacle.isEmpty())
+            worker->refuse(obstacle);
         connect(worker, &DownloaderThread::progress, this, &DownloadManager::threadProgress);
         connect(worker, &DownloaderThread::downloadCompleted, this, &DownloadManager::threadFinished);
         worker->run();
-        qDebug() << i << " " << chunk << " " << start << " " << stop - 1;
+        qDebug().nospace() << i << " " << chunk << " " << start << " " << stop - 1;
     }
 }
 
@@ -78,16 +97,21 @@ void DownloadManager::threadFinished()
         delete worker;
     }
     if (finishedCount == threadCount) {
+        qint64 missingSize = totalSize - receivedSize;
+        // Open files outlive their names, so the workers have not noticed.
+        if (m_failure.isEmpty() && !QFileInfo::exists(filePath)) {
+            m_failure = tr("The file was moved or removed");
+            missingSize = totalSize;
+        }
         if (!m_failure.isEmpty())
-            reportMissingBytes();
+            warnOfMissing(missingSize);
         emit downloadCompleted(tag);
     }
 }
 
-void DownloadManager::reportMissingBytes() const
+void DownloadManager::warnOfMissing(qint64 bytes) const
 {
-    const QString missing =
-        totalSize > 0 ? QString::number(totalSize - receivedSize) : QStringLiteral("an unknown number of");
+    const QString missing = totalSize > 0 ? QString::number(bytes) : QStringLiteral("an unknown number of");
     qCWarning(lcDownload).noquote()
         << QStringLiteral("%1 ended short: %2 bytes are missing: %3").arg(filePath, missing, m_failure);
 }

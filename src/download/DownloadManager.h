@@ -39,7 +39,7 @@ private slots:
     void threadFinished();
 
 private:
-    void reportMissingBytes() const;
+    void warnOfMissing(qint64 bytes) const;
 
     qint32 finishedCount = 0;
     const qint32 threadCount = 4;

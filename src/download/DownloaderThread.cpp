@@ -41,7 +41,9 @@ void DownloaderThread::run()
     qDebug() << "Thread started";
     file = std::make_unique<QFile>(filePath);
     // Write-only alone would empty the file; unbuffered, a full disk shows in the write that meets it.
-    if (!file->open(QIODevice::ReadWrite | QIODevice::ExistingOnly | QIODevice::Unbuffered) || !file->seek(startPos))
+    if (m_failure.isEmpty()
+        && (!file->open(QIODevice::ReadWrite | QIODevice::ExistingOnly | QIODevice::Unbuffered)
+            || !file->seek(startPos)))
         m_failure = file->errorString();
     if (!m_failure.isEmpty() || isWhole()) {
         QMetaObject::invokeMethod(this, &DownloaderThread::end, Qt::QueuedConnection);
@@ -135,8 +137,12 @@ bool DownloaderThread::write(const char *bytes, qint64 count)
 void DownloaderThread::judgeAnswer()
 {
     const int status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    if (status == 0)
+    if (status == 0) {
+        // Bytes without a status come from no HTTP server.
+        if (m_reply->bytesAvailable() > 0)
+            refuse(tr("The address is no web address"));
         return;
+    }
 
     const std::optional<ContentRange> range = ContentRange::parse(m_reply->rawHeader("Content-Range"));
     const QByteArray encoding = m_reply->rawHeader("Content-Encoding").trimmed().toLower();
@@ -165,8 +171,8 @@ void DownloaderThread::judgeAnswer()
     } else {
         m_bytesToSkip = m_position;
         bool isNumber = false;
-        const qint64 length = m_reply->rawHeader("Content-Length").toLongLong(&isNumber);
-        if (isNumber)
+        const qint64 length = m_reply->rawHeader("Content-Length").trimmed().toLongLong(&isNumber);
+        if (isNumber && length >= 0)
             streamLength = length;
     }
     if (streamLength && *streamLength != m_streamLength.value_or(*streamLength)) {
@@ -216,7 +222,7 @@ void DownloaderThread::end()
         return;
     m_hasEnded = true;
     releaseReply();
-    if (!file->flush() && m_failure.isEmpty())
+    if (file->isOpen() && !file->flush() && m_failure.isEmpty())
         m_failure = file->errorString();
     file->close();
     reportProgress();

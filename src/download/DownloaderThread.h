@@ -33,6 +33,9 @@ public:
     // Before run(): the length in bytes that the whole stream is known to have; an answer of another length is refused.
     void setStreamLength(qint64 length) { m_streamLength = length; }
 
+    // Nothing more reaches the file, for this reason in words for a person; before run() nothing is asked for either.
+    void refuse(const QString &reason);
+
     // Called once, after the signals are connected; emits nothing itself.
     void run();
 
@@ -55,7 +58,6 @@ private:
 
     void sendRequest();
     void judgeAnswer();
-    void refuse(const QString &reason);
     void storeAvailable();
     bool write(const char *bytes, qint64 count);
     void releaseReply();

@@ -160,7 +160,7 @@ QString CAppSetting::getAppHome()
     const QString base = homeBase() + QStringLiteral("/Library/Application Support/");
     iTunesBackupDir = base + QStringLiteral("MobileSync/Backup");
 
-    const QString path = base + companyName + QLatin1Char('/') + productName + QLatin1Char('/');
+    QString path = base + companyName + QLatin1Char('/') + productName + QLatin1Char('/');
     if (!QFileInfo::exists(path)) {
         if (QDir().mkpath(path))
             return path;

@@ -21,6 +21,8 @@ public:
     // The whole file as UTF-8 text, also written to the debug output; empty when the file cannot be read. The name is
     // UTF-8.
     [[nodiscard]] QString code(char *fileName);
+    // Takes the product's identity from the text of a "settings.dat"; what it lacks stays as it is.
+    void parseProductInformation(const QString &text);
     // The per-user application folder, ending in "/"; made when missing, the documents folder where that fails.
     [[nodiscard]] QString getAppHome();
     // The product's documents folder, ending in "/"; made when missing.
@@ -68,7 +70,6 @@ private:
     CAppSetting();
     ~CAppSetting();
 
-    void parseProductInformation(const QString &text);
     void loadOptions();
     void saveOptions() const;
 };

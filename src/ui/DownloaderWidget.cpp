@@ -86,6 +86,10 @@ DownloaderWidget::DownloaderWidget(QWidget *parent)
     ui->addPlaylist->setToolTip(QStringLiteral("Click to download Youtube playlist"));
     ui->addPlaylist->setIcon(QPixmap(skinFile(QStringLiteral("addplaylist.png"))));
 
+    ui->addVideo->setShortcut(QKeySequence::New);
+    ui->addPlaylist->setShortcut(Qt::CTRL + Qt::SHIFT + Qt::Key_N);
+    ui->btnOpen->setShortcut(QKeySequence::Open);
+
     setUpTaskList();
     ui->leDestination->setText(CAppSetting::instance()->outputPath);
     setAcceptDrops(true);
@@ -200,11 +204,12 @@ QTreeWidgetItem *DownloaderWidget::addTask(const VideoItem &video, const Meta &m
     item->setText(DurationColumn, video.getLength());
     item->setText(SizeColumn, formatSize(meta.getSize()));
     item->setData(DownloadedColumn, Qt::DisplayRole, 0);
-    for (const int column : {SizeColumn, DownloadedColumn})
+    for (const int column : {IdColumn, DurationColumn, SizeColumn, DownloadedColumn})
         item->setTextAlignment(column, Qt::AlignRight | Qt::AlignVCenter);
 
     auto *bar = new QProgressBar(ui->treeWidget);
     bar->setMaximum(10000);
+    bar->setAccessibleName(tr("Progress of %1").arg(name));
     ui->treeWidget->setItemWidget(item, ProgressColumn, bar);
     m_emptyHint->hide();
     return item;

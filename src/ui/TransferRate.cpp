@@ -12,7 +12,7 @@ namespace {
 constexpr qint64 changeInterval = 500; // milliseconds
 constexpr double averagingPeriod = 3; // seconds
 constexpr QChar figureSpace(0x2007); // as wide as a digit
-constexpr qint64 longestTime = 24 * 3600; // seconds
+constexpr double longestTime = 24 * 3600.0; // seconds
 
 QString timeText(double seconds)
 {

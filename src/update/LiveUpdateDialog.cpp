@@ -83,7 +83,8 @@ void LiveUpdateDialog::checkUpdate()
 void LiveUpdateDialog::reject()
 {
     if (ui->stackedWidget->currentWidget() == ui->page) {
-        cancelCheck();
+        if (checkReply)
+            checkReply->abort();
     } else if (ui->stackedWidget->currentWidget() == ui->page_2) {
         CAppSetting::instance()->lastCheckDate = QDate::currentDate();
     }
@@ -164,17 +165,6 @@ void LiveUpdateDialog::checkWhenDue()
         checkUpdate();
 }
 
-void LiveUpdateDialog::cancelCheck()
-{
-    if (checkReply)
-        checkReply->abort();
-    // Only HTTP replies finish inside abort(); the others would answer a dialog that is closed by then.
-    if (checkReply) {
-        retireCheck();
-        showFailure();
-    }
-}
-
 void LiveUpdateDialog::retireCheck()
 {
     if (!checkReply)
@@ -187,7 +177,11 @@ void LiveUpdateDialog::retireCheck()
 
 void LiveUpdateDialog::showFailure()
 {
-    ui->label->setText(failedText + linkTemplate.arg(CAppSetting::instance()->productURL));
+    QString link = CAppSetting::instance()->productURL.toHtmlEscaped();
+    // Without quotes, Qt ends the address at its first equals sign.
+    if (link.contains(QLatin1Char('=')))
+        link = QLatin1Char('"') + link + QLatin1Char('"');
+    ui->label->setText(failedText + linkTemplate.arg(link));
 }
 
 void LiveUpdateDialog::showOffer(const UpdateOffer &offer)

@@ -43,7 +43,6 @@ private slots:
 
 private:
     void checkWhenDue();
-    void cancelCheck();
     void retireCheck();
     void showFailure();
     void showOffer(const UpdateOffer &offer);

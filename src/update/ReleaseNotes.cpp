@@ -3,6 +3,7 @@
 #include <QImage>
 #include <QRegularExpression>
 #include <QTextEdit>
+#include <QTextOption>
 #include <QUrl>
 #include <QVariant>
 
@@ -11,7 +12,7 @@ namespace {
 // Qt's layout takes minutes or the whole stack for crowds of tags, tables within tables and giant cells.
 bool isHarmless(const QString &notes)
 {
-    static const QRegularExpression giantCell(QStringLiteral("(padding|spacing|border)[^<>]{0,20}\\d{4}"),
+    static const QRegularExpression giantCell(QStringLiteral("<[^<>]*(padding|spacing|border)[^<>]{0,20}\\d{4}"),
                                               QRegularExpression::CaseInsensitiveOption);
     return notes.count(QLatin1Char('<')) <= 2000 && notes.count(QStringLiteral("<table"), Qt::CaseInsensitive) <= 8
         && !notes.contains(giantCell);
@@ -25,6 +26,8 @@ ReleaseNotes::ReleaseNotes(QTextEdit *editor)
 {
     setDefaultFont(editor->font());
     editor->setDocument(this);
+    // Breaking a long word elsewhere than between words takes time that grows with the square of its length.
+    editor->setWordWrapMode(QTextOption::WordWrap);
 }
 
 void ReleaseNotes::setNotes(const QString &notes)

@@ -15,7 +15,7 @@ struct Format
     QLatin1String resolution;
 };
 
-constexpr Format formats[] = {
+const Format formats[] = {
     {5, QLatin1String("flv"), QLatin1String("400X240")},  {17, QLatin1String("3gp"), QLatin1String("320X240")},
     {18, QLatin1String("mp4"), QLatin1String("640X360")}, {22, QLatin1String("mp4"), QLatin1String("1280X720")},
     {36, QLatin1String("3gp"), QLatin1String("320X240")}, {43, QLatin1String("webm"), QLatin1String("640X360")},

@@ -16,7 +16,8 @@ namespace {
 // The demo site and the tests stand in for the site through the environment.
 QString siteAddress()
 {
-    return qEnvironmentVariable("FOURFOLD_SITE", QStringLiteral("https://www.youtube.com"));
+    const QString replacement = qEnvironmentVariable("FOURFOLD_SITE");
+    return replacement.isEmpty() ? QStringLiteral("https://www.youtube.com") : replacement;
 }
 
 struct Page
@@ -37,32 +38,37 @@ Page fetchPage(QUrl &url)
     return {{}, reply->readAll()};
 }
 
-QString interruptedText()
-{
-    return NetworkManager::tr("The application is closing");
-}
-
 } // namespace
 
 Youtube::Youtube() = default;
 
-QString Youtube::downloadVideo(QUrl &url)
+std::optional<VideoItem> Youtube::analyseWatchPage(QUrl &url, QString &error)
 {
     const Page page = fetchPage(url);
-    if (!page.error.isEmpty())
-        return page.error;
+    error = page.error;
+    if (!error.isEmpty())
+        return std::nullopt;
 
     std::optional<QJsonObject> config = PlayerConfig::fromPage(page.body);
     if (!config) {
         emit videoDataNotFound();
-        return {};
+        return std::nullopt;
     }
-    const VideoItem item(*config);
-    if (NetworkManager::getInstance()->isInterrupted())
-        return interruptedText();
+    VideoItem item(*config);
+    if (NetworkManager::getInstance()->isInterrupted()) {
+        error = NetworkManager::tr("The application is closing");
+        return std::nullopt;
+    }
     item.printInfo();
-    emit videoDataDownloaded(item);
-    return {};
+    return item;
+}
+
+QString Youtube::downloadVideo(QUrl &url)
+{
+    QString error;
+    if (const std::optional<VideoItem> item = analyseWatchPage(url, error))
+        emit videoDataDownloaded(*item);
+    return error;
 }
 
 QString Youtube::downloadPlaylist(QUrl &url)
@@ -81,21 +87,12 @@ QString Youtube::downloadPlaylist(QUrl &url)
     for (const QString &id : ids) {
         qDebug() << "Fetching info for video " << id;
         QUrl watchUrl(siteAddress() + QStringLiteral("/watch?v=") + id);
-        const Page watchPage = fetchPage(watchUrl);
-        if (!watchPage.error.isEmpty())
-            return watchPage.error;
-
-        std::optional<QJsonObject> config = PlayerConfig::fromPage(watchPage.body);
-        if (!config) {
-            emit videoDataNotFound();
-            return {};
-        }
-        const VideoItem item(*config);
-        if (NetworkManager::getInstance()->isInterrupted())
-            return interruptedText();
-        item.printInfo();
-        items.append(item);
-        qDebug() << "VideoItem with video id :" << id << "fetched";
+        QString error;
+        const std::optional<VideoItem> item = analyseWatchPage(watchUrl, error);
+        if (!item)
+            return error;
+        items.append(*item);
+        qDebug() << "VideoItem with video id :" << id << " fetched";
     }
     emit playlistDataDownloaded(items);
     return {};

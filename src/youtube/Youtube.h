@@ -6,6 +6,8 @@
 #include <QString>
 #include <QVector>
 
+#include <optional>
+
 class QUrl;
 
 // Analyses pages of the video site. Keeps nothing between calls. Both operations block in nested event loops on the GUI
@@ -31,4 +33,9 @@ signals:
     void playlistDataDownloaded(QVector<VideoItem> items);
     // A fetched page held no player configuration.
     void videoDataNotFound();
+
+private:
+    // Nothing when the page could not be fetched, which the error tells, or held no configuration, which the signal
+    // does.
+    std::optional<VideoItem> analyseWatchPage(QUrl &url, QString &error);
 };

@@ -4,6 +4,7 @@
 #include "app/SkMainWindow.h"
 #include "DemoSite.h"
 #include "framework/SkAboutDialog.h"
+#include "framework/SkMessageBox.h"
 #include "settings/CAppSetting.h"
 #include "support/Driver.h"
 #include "ui/DownloaderWidget.h"
@@ -16,11 +17,13 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QProcess>
+#include <QPushButton>
 #include <QScreen>
 #include <QSettings>
 #include <QStackedWidget>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QToolButton>
 #include <QtSingleApplication>
 #include <QWindow>
 
@@ -74,12 +77,13 @@ private:
 
 bool isRunning(const std::unique_ptr<QProcess> &process)
 {
-    return process->state() == QProcess::Running;
+    return process->state() != QProcess::NotRunning;
 }
 
 bool endedWell(QProcess &process)
 {
-    return process.waitForFinished(10000) && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    return (process.state() == QProcess::NotRunning || process.waitForFinished(10000))
+        && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
 }
 
 // A point of the window: the given part of its width and height, plus an offset.
@@ -106,9 +110,9 @@ void dragTo(QWidget &window, const QPoint &globalPos)
     QTest::mouseMove(window.windowHandle(), window.mapFromGlobal(globalPos));
 }
 
-void release(QWidget &window)
+void release(QWidget &window, const QPoint &globalPos)
 {
-    QTest::mouseRelease(window.windowHandle(), Qt::LeftButton, {}, window.rect().center());
+    QTest::mouseRelease(window.windowHandle(), Qt::LeftButton, {}, window.mapFromGlobal(globalPos));
 }
 
 QAction *helpEntry(const SkMainWindow &window, int index)
@@ -172,7 +176,8 @@ private slots:
         QCOMPARE(window.cursor().shape(), Qt::ArrowCursor);
         CAppSetting::instance()->windowSize = QSize(900, 600);
         window.revertWindowSize();
-        QCOMPARE(window.geometry(), QRect(40, 50, 900, 600));
+        QCOMPARE(window.pos(), QPoint(40, 50));
+        QCOMPARE(window.size(), QSize(900, 600));
     }
 
     void doubleClickMaximises_data()
@@ -193,23 +198,24 @@ private slots:
         SkMainWindow window;
         window.move(120, 130);
         window.showMainWindow();
+        const QPoint posBefore = window.pos();
         const QRect before = window.geometry();
         const int band = named<QFrame>(&window, "title_frame")->height();
         QVERIFY(band > 0);
         const QPoint pos(window.width() / 2, qMax(0, band + belowBand));
-        window.setCursor(Qt::SizeVerCursor);
-
         QTest::mouseDClick(window.windowHandle(), button, {}, pos);
         QCOMPARE(CAppSetting::instance()->maximization, toggles);
-        const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
-        QCOMPARE(window.geometry(), toggles ? QRect(QPoint(0, 0), screen.size()) : before);
-        QCOMPARE(window.cursor().shape() == Qt::ArrowCursor, toggles);
+        const QSize screen = QGuiApplication::primaryScreen()->availableGeometry().size();
+        QCOMPARE(window.pos(), toggles ? QPoint(0, 0) : posBefore);
+        QCOMPARE(window.size(), toggles ? screen : before.size());
         if (!toggles)
             return;
-        QCOMPARE(CAppSetting::instance()->windowPoint, before.topLeft());
+        QCOMPARE(CAppSetting::instance()->windowPoint, posBefore);
         QTest::mouseDClick(window.windowHandle(), button, {}, pos);
         QVERIFY(!CAppSetting::instance()->maximization);
         QCOMPARE(window.geometry(), before);
+        hover(window, QPoint(2, 200));
+        QCOMPARE(window.cursor().shape(), Qt::SizeHorCursor);
     }
 
     void regions_data()
@@ -257,18 +263,18 @@ private slots:
         QTest::addColumn<QPoint>("offset");
         QTest::addColumn<QPoint>("travel");
         QTest::addColumn<QSize>("growth");
-        QTest::addColumn<QPoint>("shift"); // the edge jumps to the pointer
-        const auto row = [](const char *name, QPointF part, QPoint offset, QPoint travel, QSize growth, QPoint shift) {
-            QTest::newRow(name) << part << offset << travel << growth << shift;
+        QTest::addColumn<QPoint>("moves"); // 1 where the edge jumps to the pointer
+        const auto row = [](const char *name, QPointF part, QPoint offset, QPoint travel, QSize growth, QPoint moves) {
+            QTest::newRow(name) << part << offset << travel << growth << moves;
         };
         row("nowhere", {.5, .5}, {0, 0}, {30, 40}, {0, 0}, {0, 0});
-        row("left", {0, .5}, {2, 0}, {-20, 7}, {20, 0}, {-18, 0});
+        row("left", {0, .5}, {2, 0}, {-20, 7}, {20, 0}, {1, 0});
         row("right", {1, .5}, {-2, 0}, {30, 40}, {30, 0}, {0, 0});
-        row("top", {.5, 0}, {0, 2}, {5, -15}, {0, 15}, {0, -13});
+        row("top", {.5, 0}, {0, 2}, {5, -15}, {0, 15}, {0, 1});
         row("bottom", {.5, 1}, {0, -2}, {9, 25}, {0, 25}, {0, 0});
-        row("top left", {0, 0}, {2, 2}, {-10, -20}, {10, 20}, {-8, -18});
-        row("top right", {1, 0}, {-2, 2}, {10, -20}, {10, 20}, {0, -18});
-        row("bottom left", {0, 1}, {2, -2}, {-10, 20}, {10, 20}, {-8, 0});
+        row("top left", {0, 0}, {2, 2}, {-10, -20}, {10, 20}, {1, 1});
+        row("top right", {1, 0}, {-2, 2}, {10, -20}, {10, 20}, {0, 1});
+        row("bottom left", {0, 1}, {2, -2}, {-10, 20}, {10, 20}, {1, 0});
         row("bottom right", {1, 1}, {-2, -2}, {10, 20}, {10, 20}, {0, 0});
         row("corner at its minimal width", {1, 1}, {-2, -2}, {-5000, 20}, {0, 20}, {0, 0});
     }
@@ -278,24 +284,44 @@ private slots:
         QFETCH(QPoint, offset);
         QFETCH(QPoint, travel);
         QFETCH(QSize, growth);
-        QFETCH(QPoint, shift);
+        QFETCH(QPoint, moves);
         SkMainWindow window;
         window.move(200, 200);
         window.showMainWindow();
-        const QRect before = window.geometry();
+        const QPoint posBefore = window.pos();
+        const QSize sizeBefore = window.size();
         const QPoint grip = pointOf(window, part, offset);
+        const QPoint start = window.mapToGlobal(grip);
         press(window, grip);
-        dragTo(window, before.topLeft() + grip + travel);
-        QCOMPARE(window.geometry(), QRect(before.topLeft() + shift, before.size() + growth));
+        dragTo(window, start + travel);
+        QCOMPARE(window.size(), sizeBefore + growth);
+        QCOMPARE(window.x(), moves.x() ? start.x() + travel.x() : posBefore.x());
+        QCOMPARE(window.y(), moves.y() ? start.y() + travel.y() : posBefore.y());
         // The region stays while the button is down, wherever the pointer is.
         hover(window, window.rect().center());
-        dragTo(window, before.topLeft() + grip + 2 * travel);
-        QCOMPARE(window.size(), before.size() + 2 * growth);
+        dragTo(window, start + 2 * travel);
+        QCOMPARE(window.size(), sizeBefore + 2 * growth);
         QCOMPARE(CAppSetting::instance()->windowSize, window.size());
-        release(window);
-        hover(window, window.rect().center());
-        dragTo(window, before.topLeft() + grip + 3 * travel);
-        QCOMPARE(window.size(), before.size() + 2 * growth);
+        release(window, start + 2 * travel);
+        dragTo(window, start + 3 * travel);
+        QCOMPARE(window.size(), sizeBefore + 2 * growth);
+    }
+
+    // The skin lets hover events arrive.
+    void hoverAloneResizesNothing()
+    {
+        SkMainWindow window;
+        window.move(200, 200);
+        window.showMainWindow();
+        const auto *button = named<QToolButton>(&window, "addVideo");
+        QTest::mouseMove(window.windowHandle(), window.rect().center());
+        QCOMPARE(window.cursor().shape(), Qt::ArrowCursor);
+        const int y = button->mapTo(&window, button->rect().center()).y();
+        for (const int x : {3, 2, 1})
+            QTest::mouseMove(window.windowHandle(), QPoint(x, y));
+        QCOMPARE(window.cursor().shape(), Qt::SizeHorCursor);
+        QCOMPARE(window.pos(), QPoint(200, 200));
+        QCOMPARE(window.size(), QSize(807, 473));
     }
 
     void dragStopsAtTheMinimum()
@@ -313,7 +339,7 @@ private slots:
             dragTo(window, start + QPoint(travel, 9));
             QCOMPARE(window.size(), QSize(width, 473));
         }
-        release(window);
+        release(window, start + QPoint(widthAt.last().first, 9));
     }
 
     void reloadsTheStyleSheet()
@@ -407,13 +433,40 @@ private slots:
         QVERIFY(more->isVisible() && more->mapTo(&host, QPoint(0, 0)).x() > x);
     }
 
-    void keyboardClosesTheWindow()
+    void closes_data()
     {
+        QTest::addColumn<bool>("isDownloading");
+        QTest::addColumn<QString>("answer"); // the button of the question
+        QTest::newRow("idle") << false << QString();
+        QTest::newRow("downloads running, not after all") << true << QStringLiteral("cancel_pushButton");
+        QTest::newRow("downloads running, all the same") << true << QStringLiteral("ok_pushButton");
+    }
+    void closes()
+    {
+        QFETCH(bool, isDownloading);
+        QFETCH(QString, answer);
+        const QTemporaryDir folder;
+        CAppSetting::instance()->outputPath = folder.path();
         SkMainWindow window;
         window.showMainWindow();
         QVERIFY(QTest::qWaitForWindowActive(&window));
-        QTest::keyClick(&window, Qt::Key_Q, Qt::ControlModifier);
-        QVERIFY(!window.isVisible());
+        if (isDownloading) {
+            Meta format(22, m_site.address() + QStringLiteral("/stream?size=4000000&rate=50000"));
+            format.setSize(4000000);
+            VideoItem video;
+            video.setTitle(QStringLiteral("slow"));
+            video.setAvailaibleFormats({format});
+            QMetaObject::invokeMethod(named<DownloaderWidget>(&window, "page1"), "onStartDownload",
+                                      Q_ARG(VideoItem, video), Q_ARG(int, 22));
+        }
+        Driver driver;
+        driver.whenIdle([&] { QTest::keyClick(&window, Qt::Key_Q, Qt::ControlModifier); });
+        if (isDownloading) {
+            driver.whenOpen<SkMessageBox>(
+                [&](SkMessageBox *box) { click(named<QPushButton>(box, qPrintable(answer))); });
+        }
+        QVERIFY2(driver.play(), qPrintable(driver.failure()));
+        QCOMPARE(window.isVisible(), answer == QLatin1String("cancel_pushButton"));
     }
 
     // This executable is such an application itself, and its second start is the second instance.
@@ -464,8 +517,8 @@ private slots:
         std::vector<std::unique_ptr<QProcess>> all;
         for (int i = 0; i < 6; ++i)
             all.push_back(installation.start());
-        const auto running = [&all] { return std::count_if(all.begin(), all.end(), isRunning); };
-        QTRY_COMPARE_WITH_TIMEOUT(int(running()), 1, 20000);
+        const auto remaining = [&all] { return std::count_if(all.begin(), all.end(), isRunning); };
+        QTRY_COMPARE_WITH_TIMEOUT(int(remaining()), 1, 20000);
         for (const auto &process : all) {
             if (isRunning(process))
                 process->terminate();

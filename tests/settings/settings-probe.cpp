@@ -26,39 +26,43 @@ int main(int argc, char *argv[])
         setting.backupFilePath = QStringLiteral("/backup/");
     }
 
-    const QJsonObject fields{
+    QJsonObject fields{
         {QStringLiteral("windowPoint"), QJsonArray{setting.windowPoint.x(), setting.windowPoint.y()}},
         {QStringLiteral("windowSize"), QJsonArray{setting.windowSize.width(), setting.windowSize.height()}},
         {QStringLiteral("maximization"), setting.maximization},
         {QStringLiteral("auto_update"), setting.auto_update},
         {QStringLiteral("lastCheckDate"), setting.lastCheckDate.toString(Qt::ISODate)},
-        {QStringLiteral("outputPath"), setting.outputPath},
-        {QStringLiteral("downloadiCloudPath"), setting.downloadiCloudPath},
-        {QStringLiteral("backupFilePath"), setting.backupFilePath},
-        {QStringLiteral("companyName"), setting.companyName},
-        {QStringLiteral("productName"), setting.productName},
-        {QStringLiteral("version"), setting.version},
-        {QStringLiteral("buildNum"), setting.buildNum},
-        {QStringLiteral("copyright"), setting.copyright},
-        {QStringLiteral("companyURL"), setting.companyURL},
-        {QStringLiteral("productURL"), setting.productURL},
-        {QStringLiteral("helpURL"), setting.helpURL},
-        {QStringLiteral("supportEmail"), setting.supportEmail},
-        {QStringLiteral("salesEmail"), setting.salesEmail},
-        {QStringLiteral("updateAddress"), setting.updateAddress},
-        {QStringLiteral("icloudPrivacy"), setting.icloudPrivacy},
-        {QStringLiteral("appHome"), setting.appHome},
-        {QStringLiteral("iTunesBackupDir"), setting.iTunesBackupDir},
-        {QStringLiteral("homePath"), setting.getHomePath()},
-        {QStringLiteral("logFilePath"), setting.getLogFilePath()},
-        {QStringLiteral("appLogFilePath"), setting.getAppLogFilePath()},
-        {QStringLiteral("skinPath"), setting.getSkinPath(false)},
-        {QStringLiteral("skinPathOnDisk"), setting.getSkinPath(true)},
-        {QStringLiteral("fullProductName"), setting.getFullProductName()},
-        {QStringLiteral("supportLink"), setting.getSupportLink()},
-        {QStringLiteral("homePageLink"), setting.getHomePageLink()},
-        {QStringLiteral("formatFilter"), setting.getFormatFilter()},
+        {QStringLiteral("formatFilterLength"), setting.getFormatFilter().size()},
     };
+    const std::pair<const char *, QString> texts[] = {
+        {"outputPath", setting.outputPath},
+        {"downloadiCloudPath", setting.downloadiCloudPath},
+        {"backupFilePath", setting.backupFilePath},
+        {"companyName", setting.companyName},
+        {"productName", setting.productName},
+        {"version", setting.version},
+        {"buildNum", setting.buildNum},
+        {"copyright", setting.copyright},
+        {"companyURL", setting.companyURL},
+        {"productURL", setting.productURL},
+        {"helpURL", setting.helpURL},
+        {"supportEmail", setting.supportEmail},
+        {"salesEmail", setting.salesEmail},
+        {"updateAddress", setting.updateAddress},
+        {"icloudPrivacy", setting.icloudPrivacy},
+        {"appHome", setting.appHome},
+        {"iTunesBackupDir", setting.iTunesBackupDir},
+        {"homePath", setting.getHomePath()},
+        {"logFilePath", setting.getLogFilePath()},
+        {"appLogFilePath", setting.getAppLogFilePath()},
+        {"skinPath", setting.getSkinPath(false)},
+        {"skinPathOnDisk", setting.getSkinPath(true)},
+        {"fullProductName", setting.getFullProductName()},
+        {"supportLink", setting.getSupportLink()},
+        {"homePageLink", setting.getHomePageLink()},
+    };
+    for (const auto &[name, text] : texts)
+        fields.insert(QLatin1String(name), text);
     std::puts(QJsonDocument(fields).toJson(QJsonDocument::Compact).constData());
     std::fflush(stdout);
     if (wishes.contains(QStringLiteral("crash")))

@@ -1,6 +1,7 @@
 #include "support/FaultServer.h"
 
-#include <QTcpSocket>
+#include <QSslKey>
+#include <QSslSocket>
 #include <QTimer>
 
 #include <memory>
@@ -50,7 +51,23 @@ FaultServer::~FaultServer() = default;
 
 QString FaultServer::address() const
 {
-    return QStringLiteral("http://127.0.0.1:%1/stream").arg(serverPort());
+    const QString scheme = m_hasTls ? QStringLiteral("https") : QStringLiteral("http");
+    return QStringLiteral("%1://127.0.0.1:%2/stream").arg(scheme, QString::number(serverPort()));
+}
+
+void FaultServer::incomingConnection(qintptr descriptor)
+{
+    if (!m_hasTls) {
+        QTcpServer::incomingConnection(descriptor);
+        return;
+    }
+    const QString certificate = QStringLiteral(FOURFOLD_TEST_CERTIFICATE);
+    auto *socket = new QSslSocket(this);
+    socket->setSocketDescriptor(descriptor);
+    socket->setLocalCertificate(certificate);
+    socket->setPrivateKey(certificate, QSsl::Ec);
+    addPendingConnection(socket);
+    socket->startServerEncryption();
 }
 
 void FaultServer::setFault(Fault fault, qint64 first, qint64 last, int times)
@@ -156,6 +173,12 @@ void FaultServer::misbehave(Fault fault, QTcpSocket *socket, const Request &requ
     case Fault::NoContentRange:
         socket->write("HTTP/1.1 206 Partial Content\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n"
                       + body);
+        break;
+    case Fault::SelfRedirect:
+        socket->write("HTTP/1.1 302 Found\r\nLocation: " + address().toLatin1() + "\r\nContent-Length: 0\r\n\r\n");
+        break;
+    case Fault::EmptyRedirect:
+        socket->write("HTTP/1.1 302 Found\r\nContent-Length: 0\r\n\r\n");
         break;
     case Fault::Status: {
         const QByteArray page = "<html><body>Sorry, not now.</body></html>";

@@ -28,6 +28,8 @@ public:
         FewerBytes, // 206 for half of what was asked
         MoreBytes, // 206 that goes on for 1000 bytes
         NoContentRange, // 206 without a Content-Range
+        SelfRedirect, // 302 to the same address
+        EmptyRedirect, // 302 without a Location
         Status, // the status of setStatus() with an error page
         Gzip, // 206 with a Content-Encoding
         NoLength, // 206 that ends with the connection
@@ -51,12 +53,17 @@ public:
     ~FaultServer() override;
 
     [[nodiscard]] QString address() const;
+    // From now on it speaks TLS, with a certificate that nobody has signed but itself.
+    void useTls() { m_hasTls = true; }
     [[nodiscard]] const QVector<Request> &requests() const { return m_requests; }
 
     // Misbehaves towards requests whose range starts in [first, last], for the given number of requests.
     void setFault(Fault fault, qint64 first, qint64 last, int times);
     // For Fault::Status.
     void setStatus(int status, const QByteArray &headers = {});
+
+protected:
+    void incomingConnection(qintptr descriptor) override;
 
 private:
     void serve(QTcpSocket *socket, const Request &request);
@@ -67,6 +74,7 @@ private:
     [[nodiscard]] QByteArray partialHead(const Request &request, qint64 length, const QByteArray &more = {}) const;
 
     const QByteArray m_stream;
+    bool m_hasTls = false;
     QVector<Request> m_requests;
     Fault m_fault = Fault::None;
     qint64 m_faultFirst = 0;

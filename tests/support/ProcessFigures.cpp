@@ -5,9 +5,14 @@
 
 namespace {
 
-qint64 statusValue(const QByteArray &name)
+QString entryOf(qint64 process, const QString &name)
 {
-    QFile file(QStringLiteral("/proc/self/status"));
+    return QStringLiteral("/proc/%1/%2").arg(process == 0 ? QStringLiteral("self") : QString::number(process), name);
+}
+
+qint64 statusValue(qint64 process, const QByteArray &name)
+{
+    QFile file(entryOf(process, QStringLiteral("status")));
     if (!file.open(QIODevice::ReadOnly))
         return -1;
     const QList<QByteArray> lines = file.readAll().split('\n');
@@ -22,28 +27,27 @@ qint64 statusValue(const QByteArray &name)
 
 namespace ProcessFigures {
 
-int threads()
+int threads(qint64 process)
 {
-    return static_cast<int>(statusValue("Threads"));
+    return static_cast<int>(statusValue(process, "Threads"));
 }
 
-int descriptors()
+int descriptors(qint64 process)
 {
+    const QDir folder(entryOf(process, QStringLiteral("fd")));
+    const int entries = folder.entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size();
     // One of them is the listing's own.
-    return QDir(QStringLiteral("/proc/self/fd"))
-               .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
-               .size()
-        - 1;
+    return process == 0 ? entries - 1 : entries;
 }
 
-qint64 residentBytes()
+qint64 residentBytes(qint64 process)
 {
-    return statusValue("VmRSS") * 1024;
+    return statusValue(process, "VmRSS") * 1024;
 }
 
 qint64 peakResidentBytes()
 {
-    return statusValue("VmHWM") * 1024;
+    return statusValue(0, "VmHWM") * 1024;
 }
 
 void resetPeak()

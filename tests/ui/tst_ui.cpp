@@ -11,10 +11,12 @@
 
 #include <QDesktopServices>
 #include <QDialogButtonBox>
+#include <QDragEnterEvent>
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMimeData>
 #include <QMovie>
 #include <QProgressBar>
 #include <QPushButton>
@@ -623,7 +625,11 @@ private slots:
                               QStringLiteral("00:00:12"), size, size, QStringLiteral("Finished")}));
         QVERIFY(!barOf(page, 0));
         QVERIFY(row->toolTip(5).isEmpty());
-        QVERIFY(contents(m_folder->filePath(QStringLiteral("Test card with sweep tone.mp4"))) == media);
+        const QString path = m_folder->filePath(QStringLiteral("Test card with sweep tone.mp4"));
+        QVERIFY(contents(path) == media);
+        taskList(page)->setCurrentItem(taskList(page)->topLevelItem(0));
+        QTest::keyClick(taskList(page), Qt::Key_Return);
+        QCOMPARE(m_openedUrls, QList<QUrl>{QUrl::fromLocalFile(path)});
     }
 
     void downloadsAPlaylist_data()
@@ -874,6 +880,42 @@ private slots:
         QCOMPARE(m_openedUrls, opens ? QList<QUrl>{QUrl::fromLocalFile(text)} : QList<QUrl>());
         QCOMPARE(CAppSetting::instance()->outputPath, opens ? text : m_folder->path());
         QVERIFY(!opens || QDir(text).exists());
+    }
+
+    void takesDroppedAddresses_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("dialogTitle");
+        QTest::newRow("video") << QStringLiteral("http://127.0.0.1/watch?v=a%20b")
+                               << QStringLiteral("Youtube Video Url");
+        QTest::newRow("playlist") << QStringLiteral("https://127.0.0.1/playlist?list=1")
+                                  << QStringLiteral("Youtube Playlist Url");
+        QTest::newRow("file") << QStringLiteral("file:///etc/hosts") << QString();
+        QTest::newRow("no address") << QStringLiteral("some words") << QString();
+    }
+    void takesDroppedAddresses()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, dialogTitle);
+        DownloaderWidget page;
+        page.show();
+        QMimeData data;
+        data.setText(text);
+        QDragEnterEvent enter(QPoint(9, 9), Qt::CopyAction, &data, Qt::LeftButton, {});
+        QApplication::sendEvent(&page, &enter);
+        QCOMPARE(enter.isAccepted(), !dialogTitle.isEmpty());
+        if (dialogTitle.isEmpty())
+            return;
+        QDropEvent drop(QPointF(9, 9), Qt::CopyAction, &data, Qt::LeftButton, {});
+        QApplication::sendEvent(&page, &drop);
+        Driver driver;
+        driver.whenOpen<VideoUrlDialog>([&](VideoUrlDialog *dialog) {
+            QCOMPARE(dialog->windowTitle(), dialogTitle);
+            QCOMPARE(named<QLineEdit>(dialog, "urlLineEdit")->text(), text);
+            QVERIFY(named<QPushButton>(dialog, "btnGo")->isEnabled());
+            dialog->close();
+        });
+        QVERIFY2(driver.play(), qPrintable(driver.failure()));
     }
 
     void tenDownloadsLeaveNothingBehind()

@@ -1,5 +1,4 @@
 #include "DemoSite.h"
-#include "support/FaultServer.h"
 #include "youtube/NetworkManager.h"
 #include "youtube/PlayerConfig.h"
 #include "youtube/PlaylistRows.h"
@@ -23,6 +22,7 @@
 namespace {
 
 constexpr int usualInactivityLimit = 60000; // milliseconds
+const QByteArray goodHead = QByteArrayLiteral("HTTP/1.1 200 OK\r\nContent-Length: 5000\r\n\r\n");
 
 QStringList debugLines;
 QtMessageHandler previousHandler = nullptr;
@@ -126,7 +126,7 @@ private:
 struct Outcome
 {
     QString text;
-    QStringList signalNames;
+    QString signalNames; // each followed by a blank
     QVector<VideoItem> items;
 };
 
@@ -135,26 +135,32 @@ Outcome analyse(const QString &address, bool isPlaylist)
     Outcome outcome;
     Youtube youtube;
     QObject::connect(&youtube, &Youtube::videoDataDownloaded, &youtube, [&](const VideoItem &item) {
-        outcome.signalNames.append(QStringLiteral("video"));
+        outcome.signalNames += QStringLiteral("video ");
         outcome.items.append(item);
     });
     QObject::connect(&youtube, &Youtube::playlistDataDownloaded, &youtube, [&](const QVector<VideoItem> &items) {
-        outcome.signalNames.append(QStringLiteral("playlist"));
+        outcome.signalNames += QStringLiteral("playlist ");
         outcome.items = items;
     });
     QObject::connect(&youtube, &Youtube::videoDataNotFound, &youtube,
-                     [&] { outcome.signalNames.append(QStringLiteral("not found")); });
+                     [&] { outcome.signalNames += QStringLiteral("not-found "); });
     QUrl url(address);
     outcome.text = isPlaylist ? youtube.downloadPlaylist(url) : youtube.downloadVideo(url);
     return outcome;
 }
 
-QStringList videoIds(const QVector<VideoItem> &items)
+// Each id followed by ";", so that empty ones show.
+QString joined(const QStringList &ids)
+{
+    return ids.isEmpty() ? QString() : QString(ids.join(QLatin1Char(';')) + QLatin1Char(';'));
+}
+
+QString videoIds(const QVector<VideoItem> &items)
 {
     QStringList ids;
     for (const VideoItem &item : items)
         ids.append(item.getVideoId());
-    return ids;
+    return joined(ids);
 }
 
 QStringList numberedIds(int count)
@@ -214,120 +220,102 @@ private slots:
     void pageToConfiguration_data()
     {
         QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<bool>("found");
-        QTest::addColumn<QString>("title"); // null where the configuration is an empty object
+        QTest::addColumn<QString>("expected");
 
-        const auto row = [](const char *name, const QByteArray &body, const QString &title) {
-            QTest::newRow(name) << body << true << title;
+        const auto row = [](const char *name, const QByteArray &body, const char *expected) {
+            QTest::newRow(name) << body << QString::fromUtf8(expected);
         };
-        const auto none = [](const char *name, const QByteArray &body) {
-            QTest::newRow(name) << body << false << QString();
-        };
-        const QString plain = QStringLiteral("A title");
-        row("one line", "<html>\n" + titled("A title") + "\n</html>", plain);
-        row("the site's own page",
-            DemoSite::watchPage({{QStringLiteral("title"), QStringLiteral("a/b <\"c\"> & 'd'")}}),
-            QStringLiteral("a/b <\"c\"> & 'd'"));
-        row("deep inside a long line", QByteArray(500000, '.') + titled("A title") + QByteArray(500000, '.'), plain);
-        row("first of two lines", titled("A title") + '\n' + titled("Another"), plain);
-        row("end text in the title", titled("1;ytplayer.load 2"), QStringLiteral("1;ytplayer.load 2"));
-        row("last end of the line counts", titled("A title") + "if (x) y;ytplayer.load()", {});
-        row("escapes", titled("a\\/b \\\"c\\\" \\u0026 \\u003cd\\u003e \\u00e9 \\\\ \\n"),
-            QStringLiteral("a/b \"c\" & <d> é \\ \n"));
+        const QByteArray begin = "ytplayer.config = ";
+        const QJsonObject args{{QStringLiteral("title"), QStringLiteral("a/b <\"c\"> & 'd'")}};
+        row("one line", "<html>\n" + titled("T") + "\n</html>", "title T");
+        row("the site's own page", DemoSite::watchPage(args), "title a/b <\"c\"> & 'd'");
+        row("deep inside a long line", QByteArray(500000, '.') + titled("T") + QByteArray(500000, '.'), "title T");
+        row("first of two lines", titled("T") + '\n' + titled("Another"), "title T");
+        row("end text in the title", titled("1;ytplayer.load 2"), "title 1;ytplayer.load 2");
+        row("last end of the line counts", titled("T") + "if (x) y;ytplayer.load()", "empty");
+        row("escapes", titled("a\\/b \\\"c\\\" \\u0026 \\u003cd\\u003e \\u00e9 \\\\ \\t"),
+            "title a/b \"c\" & <d> é \\ \t");
         row("escapes of a nested text", titled("{\\\"a\\\":\\\"b\\\\u0026c\\\\u003cd\\\\u003e\\\"}"),
-            QStringLiteral("{\"a\":\"b&c<d>\"}"));
-        row("other scripts", titled("한국어 🎬 \\ud83c\\udfac “q”"), QStringLiteral("한국어 🎬 🎬 “q”"));
-        row("broken UTF-8 in the title", titled("caf\xC3"), QStringLiteral("caf\uFFFD"));
-        row("body cut in the middle of a character", titled("A title") + "\xED\x95", plain);
-        row("not JSON", config("{\"args\":{\"title\":\"A ti"), {});
-        row("not an object", config("[1]"), {});
+            "title {\"a\":\"b&c<d>\"}");
+        row("other scripts", titled("한국어 🎬 \\ud83c\\udfac “q”"), "title 한국어 🎬 🎬 “q”");
+        row("broken UTF-8 in the title", titled("caf\xC3"), "title caf\uFFFD");
+        row("body cut in the middle of a character", titled("T") + "\xED\x95", "title T");
+        row("configuration cut off", config("{\"args\":{\"title\":\"A ti"), "empty");
+        row("not an object", config("[1]"), "empty");
         row("nested ten thousand deep", config(QByteArray("{\"a\":").repeated(10000) + "1" + QByteArray(10000, '}')),
-            {});
-        row("a good line after a hundred thousand beginnings",
-            QByteArray("ytplayer.config = ").repeated(100000) + '\n' + titled("A title"), plain);
-        none("empty body", {});
-        none("not HTML", "\xFF\xD8\xFF\xE0 JFIF");
-        none("a megabyte of zero bytes", QByteArray(1 << 20, '\0'));
-        none("behind a zero byte", QByteArray("<html>\0", 7) + titled("A title"));
-        none("end on another line", titled("A title").replace(";ytplayer", "\n;ytplayer"));
-        none("cut off before the end", titled("A title").split(';').first());
-        none("other dots", titled("A title").replace("ytplayer.", "ytplayer_"));
-        none("a hundred thousand beginnings", QByteArray("ytplayer.config = ").repeated(100000));
-        none("a hundred thousand beginnings and near ends",
-             QByteArray("ytplayer.config = ;ytplayer.loa").repeated(100000));
+            "empty");
+        row("empty body", {}, "none");
+        row("not HTML", "\xFF\xD8\xFF\xE0 JFIF", "none");
+        row("a megabyte of zero bytes", QByteArray(1 << 20, '\0'), "none");
+        row("behind a zero byte", QByteArray("<html>\0", 7) + titled("T"), "none");
+        row("end on another line", titled("T").replace(";ytplayer", "\n;ytplayer"), "none");
+        row("cut off before the end", titled("T").split(';').first(), "none");
+        row("other name of the configuration", titled("T").replace("ytplayer.c", "ytplayer_c"), "none");
+        row("other name of the end", titled("T").replace("ytplayer.l", "ytplayer_l"), "none");
+        row("a hundred thousand beginnings", begin.repeated(100000), "none");
+        row("and near ends", QByteArray(begin + ";ytplayer.loa").repeated(100000), "none");
+        row("and a good line", begin.repeated(100000) + '\n' + titled("T"), "title T");
     }
     void pageToConfiguration()
     {
         QFETCH(QByteArray, body);
-        QFETCH(bool, found);
-        QFETCH(QString, title);
         QElapsedTimer clock;
         clock.start();
         const auto object = PlayerConfig::fromPage(body);
-        const qint64 elapsed = clock.elapsed();
-        QVERIFY2(elapsed < 1000, qPrintable(QStringLiteral("%1 ms").arg(elapsed)));
-        QCOMPARE(object.has_value(), found);
-        if (found && title.isNull())
-            QVERIFY(object->isEmpty());
-        else if (found)
-            QCOMPARE(object->value(QStringLiteral("args")).toObject().value(QStringLiteral("title")).toString(), title);
+        QVERIFY2(clock.elapsed() < 1000, "It takes far too long.");
+        QString found = QStringLiteral("none");
+        if (object) {
+            const QJsonObject args = object->value(QStringLiteral("args")).toObject();
+            found = object->isEmpty() ? QStringLiteral("empty")
+                                      : QStringLiteral("title ") + args.value(QStringLiteral("title")).toString();
+        }
+        QTEST(found, "expected");
     }
 
     void configurationToRecord_data()
     {
-        QTest::addColumn<QByteArray>("json"); // of "args"
-        QTest::addColumn<QString>("length");
-        QTest::addColumn<bool>("isValid");
-        QTest::addColumn<QStringList>("formats");
+        QTest::addColumn<QByteArray>("args"); // JSON
+        QTest::addColumn<QString>("expected");
 
-        const QString noLength = QStringLiteral("00:00:00");
-        const QStringList oneEmpty{QStringLiteral("0||mp4|")};
-        const auto length = [&](const char *json, const char *text) {
-            QTest::newRow(json) << QByteArray("{\"title\":\"t\",\"length_seconds\":" + QByteArray(json) + '}')
-                                << QString::fromLatin1(text) << true << oneEmpty;
+        const auto row = [](const char *args, const char *expected) {
+            QTest::newRow(args) << QByteArray(args) << QString::fromUtf8(expected);
         };
-        const auto map = [&](const char *text, const QStringList &formats) {
+        const auto map = [](const char *text, const char *expected) {
             QTest::newRow(text) << QByteArray("{\"video_id\":\"v\",\"url_encoded_fmt_stream_map\":\"" + QByteArray(text)
                                               + "\"}")
-                                << noLength << true << formats;
+                                << QString(QStringLiteral("valid 00:00:00") + QString::fromUtf8(expected));
         };
-        QTest::newRow("no arguments") << QByteArray("7") << noLength << false << oneEmpty;
-        QTest::newRow("nothing known") << QByteArray("{}") << noLength << false << oneEmpty;
-        QTest::newRow("members of other types")
-            << QByteArray("{\"video_id\":1,\"title\":[],\"url_encoded_fmt_stream_map\":{}}") << noLength << false
-            << oneEmpty;
-        length("\"3725\"", "01:02:05");
-        length("\"59\"", "00:00:59");
-        length("\"360000\"", "100:00:00");
-        length("3725", "00:00:00");
-        length("\"soon\"", "00:00:00");
-        map("itag=22&url=a%3Db,itag=5&url=c",
-            {QStringLiteral("22|a=b|mp4|1280X720"), QStringLiteral("5|c|flv|400X240")});
+        row("7", "invalid 00:00:00, 0||mp4|");
+        row("{}", "invalid 00:00:00, 0||mp4|");
+        row("{\"video_id\":1,\"title\":[],\"url_encoded_fmt_stream_map\":{}}", "invalid 00:00:00, 0||mp4|");
+        row("{\"title\":\"t\",\"length_seconds\":\"3725\"}", "valid 01:02:05, 0||mp4|");
+        row("{\"title\":\"t\",\"length_seconds\":\"59\"}", "valid 00:00:59, 0||mp4|");
+        row("{\"title\":\"t\",\"length_seconds\":\"360000\"}", "valid 100:00:00, 0||mp4|");
+        row("{\"title\":\"t\",\"length_seconds\":\"soon\"}", "valid 00:00:00, 0||mp4|");
+        row("{\"title\":\"t\",\"length_seconds\":3725}", "valid 00:00:00, 0||mp4|");
+        map("itag=22&url=a%3Db,itag=5&url=c", ", 22|a=b|mp4|1280X720, 5|c|flv|400X240");
         map("url=d&itag=17,itag=18,itag=36,itag=43",
-            {QStringLiteral("17|d|3gp|320X240"), QStringLiteral("18||mp4|640X360"), QStringLiteral("36||3gp|320X240"),
-             QStringLiteral("43||webm|640X360")});
-        map("itag=37&url=a,itag=37&url=b", {QStringLiteral("37|a|mp4|"), QStringLiteral("37|b|mp4|")});
-        map("itag=22&itag=5&url=x=y&url", {QStringLiteral("5|x|flv|400X240")});
-        map("itag=&u%72l=a", oneEmpty);
-        map("itag=x&&=&url=a+b%20c%C3%A9", {QStringLiteral("0|a+b cé|mp4|")});
-        map(",", {oneEmpty.first(), oneEmpty.first()});
+            ", 17|d|3gp|320X240, 18||mp4|640X360, 36||3gp|320X240, 43||webm|640X360");
+        map("itag=37&url=a,itag=37&url=b", ", 37|a|mp4|, 37|b|mp4|");
+        map("itag=22&itag=5&url=x=y&url", ", 5|x|flv|400X240");
+        map("itag=&u%72l=a", ", 0||mp4|");
+        map("itag=x&&=&url=a+b%20c%C3%A9", ", 0|a+b cé|mp4|");
+        map(",", ", 0||mp4|, 0||mp4|");
     }
     void configurationToRecord()
     {
-        QFETCH(QByteArray, json);
-        QJsonObject object = QJsonDocument::fromJson("{\"args\":" + json + '}').object();
+        QFETCH(QByteArray, args);
+        QJsonObject object = QJsonDocument::fromJson("{\"args\":" + args + '}').object();
         const VideoItem item(object);
-        QStringList formats;
+        QString record = (item.isValid() ? QStringLiteral("valid ") : QStringLiteral("invalid ")) + item.getLength();
         for (const Meta &meta : item.getAvailaibleFormats()) {
-            formats.append(QStringLiteral("%1|%2|%3|%4")
-                               .arg(meta.getItag())
-                               .arg(meta.getUrl(), meta.getExtension(), meta.getResolution()));
+            record +=
+                QStringLiteral(", %1|%2|%3|%4")
+                    .arg(QString::number(meta.getItag()), meta.getUrl(), meta.getExtension(), meta.getResolution());
             QCOMPARE(meta.getSize(), 0);
             QCOMPARE(meta.getHumanReadableSize(), QStringLiteral("0.00 bytes"));
         }
-        QTEST(formats, "formats");
-        QTEST(item.getLength(), "length");
-        QTEST(item.isValid(), "isValid");
+        QTEST(record, "expected");
     }
 
     void longStreamMapKeepsTheLoopTurning()
@@ -340,85 +328,75 @@ private slots:
         const Heartbeat heartbeat;
         const VideoItem item(object);
         const qint64 gap = heartbeat.longestGap();
-        qInfo("%lld ms, longest gap %lld ms", clock.elapsed(), gap);
+        const qint64 whole = clock.elapsed();
         QCOMPARE(item.getAvailaibleFormats().size(), 100001);
-        QVERIFY2(gap < 100, qPrintable(QStringLiteral("%1 ms").arg(gap)));
+        // A busy machine stretches both.
+        QVERIFY2(gap < qMax<qint64>(250, whole / 4), qPrintable(QStringLiteral("%1 of %2 ms").arg(gap).arg(whole)));
     }
 
     void probe_data()
     {
-        QTest::addColumn<QByteArray>(
-            "answered"); // to the first request; "SITE/good" has 5000 bytes, "SITE/gone" is not there
-        QTest::addColumn<QString>("address"); // afterwards
-        QTest::addColumn<int>("size"); // 77 before
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("fails");
+        QTest::addColumn<QByteArray>("answered"); // "SITE/good" has 5000 bytes, other addresses have none
+        QTest::addColumn<QString>("expected"); // address, size (77 before), text and failure
 
-        const QString same = QStringLiteral("SITE/first");
-        const QString kept = QStringLiteral("77.00 bytes");
-        const auto length = [&](const QByteArray &value, int size, const char *text) {
-            QTest::newRow(value.constData()) << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: " + value + "\r\n\r\n")
-                                             << same << size << QString::fromLatin1(text) << false;
+        const auto row = [](const char *name, const QByteArray &answered, const char *expected) {
+            QTest::newRow(name) << answered << QString::fromUtf8(expected);
         };
-        length("0", 0, "0.00 bytes");
-        length("1023", 1023, "1023.00 bytes");
-        length("1024", 1024, "1.00 KB");
-        length("1536", 1536, "1.50 KB");
-        length("1048575", 1048575, "1024.00 KB");
-        length("1048576", 1048576, "1.00 MB");
-        length("2147483647", 2147483647, "2.00 GB");
-        length("2147483648", 0, "2.00 GB");
-        length("1099511627776", 0, "1024.00 GB");
-        length("many", 0, "0.00 bytes");
-        length("12 apples", 0, "0.00 bytes");
-        length("-5", 0, "0.00 bytes");
-        length("99999999999999999999", 0, "0.00 bytes");
-        QTest::newRow("no length") << QByteArray("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n") << same << 0
-                                   << QStringLiteral("0.00 bytes") << false;
+        const auto length = [&](const QByteArray &value, const char *expected) {
+            row(value.constData(), "HTTP/1.1 200 OK\r\nContent-Length: " + value + "\r\n\r\n",
+                QByteArray("SITE/first " + QByteArray(expected)).constData());
+        };
+        length("0", "0 0.00 bytes");
+        length("1023", "1023 1023.00 bytes");
+        length("1024", "1024 1.00 KB");
+        length("1536", "1536 1.50 KB");
+        length("1048575", "1048575 1024.00 KB");
+        length("1048576", "1048576 1.00 MB");
+        length("2147483647", "2147483647 2.00 GB");
+        length("2147483648", "0 2.00 GB");
+        length("1099511627776", "0 1024.00 GB");
+        length("many", "0 0.00 bytes");
+        length("12 apples", "0 0.00 bytes");
+        length("-5", "0 0.00 bytes");
+        length("99999999999999999999", "0 0.00 bytes");
+        row("no length", "HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n", "SITE/first 0 0.00 bytes");
 
-        const auto moved = [&](const char *name, const QByteArray &location, const QString &address, bool fails) {
-            QTest::newRow(name) << answer("302 Found\r\n" + location) << address << (fails ? 77 : 5000)
-                                << (fails ? kept : QStringLiteral("4.88 KB")) << fails;
+        const auto moved = [&](const char *name, const QByteArray &location, const char *expected) {
+            row(name, answer("302 Found\r\n" + location), expected);
         };
-        QTest::newRow("301") << answer("301 Moved\r\nLocation: SITE/good\r\n") << QStringLiteral("SITE/good") << 5000
-                             << QStringLiteral("4.88 KB") << false;
-        moved("302", "Location: SITE/good\r\n", QStringLiteral("SITE/good"), false);
+        row("301", answer("301 Moved\r\nLocation: SITE/good\r\n"), "SITE/good 5000 4.88 KB");
+        moved("302", "Location: SITE/good\r\n", "SITE/good 5000 4.88 KB");
         moved("escapes stay as sent", "Location: SITE/good?a%20b+c%2Fd%c3%A9&e=%25|\r\n",
-              QStringLiteral("SITE/good?a%20b+c%2Fd%c3%A9&e=%25|"), false);
-        moved("to nowhere", "Location: SITE/gone\r\n", QStringLiteral("SITE/gone"), true);
-        moved("relative", "Location: /good\r\n", QStringLiteral("/good"), true);
-        moved("no Location", "", QString(), true);
-        QTest::newRow("refused connection") << answer("302 Found\r\nLocation: http://127.0.0.1:1/\r\n")
-                                            << QStringLiteral("http://127.0.0.1:1/") << 77 << kept << true;
-        for (const int status : {206, 303, 307, 308}) {
-            QTest::addRow("%d", status) << answer(QByteArray::number(status) + " Other\r\nLocation: SITE/good\r\n")
-                                        << same << 77 << kept << false;
-        }
-        for (const int status : {404, 500})
-            QTest::addRow("%d", status) << answer(QByteArray::number(status) + " Bad\r\n") << same << 77 << kept
-                                        << true;
+              "SITE/good?a%20b+c%2Fd%c3%A9&e=%25| 5000 4.88 KB");
+        moved("to nowhere", "Location: SITE/gone\r\n", "SITE/gone 77 77.00 bytes failure");
+        moved("to a closed port", "Location: http://127.0.0.1:1/\r\n", "http://127.0.0.1:1/ 77 77.00 bytes failure");
+        moved("relative", "Location: /good\r\n", "/good 77 77.00 bytes failure");
+        moved("no Location", "", " 77 77.00 bytes failure");
+        for (const char *status : {"206", "303", "307", "308"})
+            row(status, answer(status + QByteArray(" Other\r\nLocation: SITE/good\r\n")), "SITE/first 77 77.00 bytes");
+        for (const char *status : {"404", "500"})
+            row(status, answer(status + QByteArray(" Bad\r\n")), "SITE/first 77 77.00 bytes failure");
     }
     void probe()
     {
         QFETCH(QByteArray, answered);
-        QFETCH(QString, address);
-        QFETCH(bool, fails);
-        QString siteAddress;
+        QByteArray siteAddress;
         const Site site([&](const QByteArray &request, QTcpSocket *) -> QByteArray {
             if (request == "HEAD /first")
-                return QByteArray(answered).replace("SITE", siteAddress.toUtf8());
-            return request.startsWith("HEAD /good") ? "HTTP/1.1 200 OK\r\nContent-Length: 5000\r\n\r\n"
-                                                    : answer("404 Gone\r\n");
+                return QByteArray(answered).replace("SITE", siteAddress);
+            return request.startsWith("HEAD /good") ? goodHead : answer("404 Gone\r\n");
         });
-        siteAddress = site.address();
-
-        Meta meta(22, siteAddress + QStringLiteral("/first"));
+        siteAddress = site.address().toUtf8();
+        Meta meta(22, site.address() + QStringLiteral("/first"));
         meta.setSize(77);
         meta.findVideoSize();
-        QCOMPARE(meta.getUrl(), address.replace(QStringLiteral("SITE"), siteAddress));
-        QTEST(meta.getSize(), "size");
-        QTEST(meta.getHumanReadableSize(), "text");
-        QCOMPARE(debugLines.filter(QStringLiteral("Failure")).size(), fails ? 1 : 0);
+
+        QString result =
+            QStringLiteral("%1 %2 %3").arg(meta.getUrl(), QString::number(meta.getSize()), meta.getHumanReadableSize());
+        result.replace(site.address(), QStringLiteral("SITE"));
+        if (debugLines.filter(QStringLiteral("Failure")).size() == 1)
+            result += QStringLiteral(" failure");
+        QTEST(result, "expected");
     }
 
     void probeFollowsTwentyRedirects_data()
@@ -447,41 +425,39 @@ private slots:
     {
         QTest::addColumn<QString>("address");
         QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<QStringList>("ids");
+        QTest::addColumn<QString>("ids"); // each followed by ";"
 
-        const QString watch = QStringLiteral("http://a.example/watch?v=1&list=2");
-        const QString list = QStringLiteral("http://a.example/playlist?list=2");
+        const auto row = [](const char *name, const char *address, const QByteArray &body, const QString &ids) {
+            QTest::newRow(name) << QStringLiteral("http://a.example/") + QString::fromUtf8(address) << body << ids;
+        };
         const QByteArray item = "<li class=\"yt-uix-scroller-scroll-unit ";
         const QByteArray tableRow = "<tr class=\"pl-video yt-uix-tile ";
-        const auto row = [](const char *name, const QString &address, const QByteArray &body, const QStringList &ids) {
-            QTest::newRow(name) << address << body << ids;
-        };
-        const QStringList hundred = numberedIds(100);
-        const QStringList twoHundred = numberedIds(200);
-        row("hundred items", watch, DemoSite::watchPlaylistPage({{QStringLiteral("video_id"), hundred.at(7)}}, hundred),
-            hundred);
-        row("two hundred rows", list, DemoSite::playlistPage(twoHundred), twoHundred);
-        row("items are no rows", list, DemoSite::watchPlaylistPage({}, hundred), {});
-        row("rows are no items", watch, DemoSite::playlistPage(hundred), {});
-        row("path with an escape", QStringLiteral("http://a.example/w%61tch"), item + "\" data-video-id=\"a\">",
-            {QStringLiteral("a")});
-        row("other case", QStringLiteral("http://a.example/Watch"), item + "\" data-video-id=\"a\">", {});
-        row("item that plays", watch,
-            item + " currently-playing\" data-x=\"1\" data-video-id=\"a-_1\"\n>\n" + item
-                + "\" data-video-id=\"b\" data-y>",
-            {QStringLiteral("b")});
-        row("attributes in any order", list,
+        const QStringList ids = numberedIds(200);
+        const QByteArray watchPage =
+            DemoSite::watchPlaylistPage({{QStringLiteral("video_id"), ids.at(7)}}, ids.mid(0, 100));
+        const QByteArray listPage = DemoSite::playlistPage(ids);
+        row("hundred items", "watch?v=1&list=2", watchPage, joined(ids.mid(0, 100)));
+        row("two hundred rows", "playlist?list=2", listPage, joined(ids));
+        row("items are no rows", "playlist?list=2", watchPage, {});
+        row("rows are no items", "watch?v=1&list=2", listPage, {});
+        row("path with an escape", "w%61tch", item + "\" data-video-id=\"a\">", QStringLiteral("a;"));
+        row("other case", "Watch", item + "\" data-video-id=\"a\">", {});
+        row("item that plays", "watch", item + " currently-playing\" data-x=\"1\" data-video-id=\"a-_1\" data-y>\n",
+            QStringLiteral("a-_1;"));
+        row("attributes in any order", "playlist",
             tableRow + "\" data-set-video-id=\"\" data-video-id=\"a\">\n" + tableRow
                 + "\" data-video-id=\"b\" data-set-video-id=\"\">\r\n",
-            {QStringLiteral("a"), QStringLiteral("b")});
-        row("duplicates and no id", list,
+            QStringLiteral("a;b;"));
+        row("duplicates and no id", "playlist",
             tableRow + "\" data-video-id=\"a\">\n" + tableRow + "\">\n" + tableRow + "\" data-video-id=\"a\">",
-            {QStringLiteral("a"), QString(), QStringLiteral("a")});
-        row("two on one line", list, QByteArray(tableRow + "\" data-video-id=\"a\">").repeated(2),
-            {QStringLiteral("a")});
-        row("ampersand", list, tableRow + "\" title=\"x &amp; y\" data-video-id=\"a&amp;b\">", {QStringLiteral("a&b")});
-        row("behind a zero byte", list, QByteArray(1, '\0') + tableRow + "\" data-video-id=\"a\">", {});
-        row("hundred thousand beginnings", list, tableRow.repeated(100000), {});
+            QStringLiteral("a;;a;"));
+        row("two on one line", "playlist", QByteArray(tableRow + "\" data-video-id=\"a\">").repeated(2),
+            QStringLiteral("a;"));
+        row("tag over two lines", "playlist", tableRow + "\"\ndata-video-id=\"a\">", {});
+        row("ampersand", "playlist", tableRow + "\" title=\"x &amp; y\" data-video-id=\"a&amp;b\">",
+            QStringLiteral("a&b;"));
+        row("behind a zero byte", "playlist", QByteArray(1, '\0') + tableRow + "\" data-video-id=\"a\">", {});
+        row("hundred thousand beginnings", "playlist", tableRow.repeated(100000), {});
     }
     void playlistRows()
     {
@@ -489,82 +465,68 @@ private slots:
         QFETCH(QByteArray, body);
         QElapsedTimer clock;
         clock.start();
-        const QStringList ids = PlaylistRows::videoIds(body, QUrl(address));
-        const qint64 elapsed = clock.elapsed();
-        QTEST(ids, "ids");
-        QVERIFY2(elapsed < 1000, qPrintable(QStringLiteral("%1 ms").arg(elapsed)));
+        const QString found = joined(PlaylistRows::videoIds(body, QUrl(address)));
+        QVERIFY2(clock.elapsed() < 1000, "It takes far too long.");
+        QTEST(found, "ids");
     }
 
-    void analysesVideo()
+    void analysesTheDemoSite()
     {
-        const Outcome outcome = analyse(m_demo.videoAddress(), false);
-        QCOMPARE(outcome.text, QString());
-        QCOMPARE(outcome.signalNames, QStringList{QStringLiteral("video")});
-        const VideoItem item = outcome.items.first();
-        QCOMPARE(item.getVideoId(), m_demo.demoVideoIds().first());
-        QCOMPARE(item.getUrl(), m_demo.videoAddress());
-        QCOMPARE(item.getLength(), QStringLiteral("00:00:12"));
-        for (const Meta &meta : item.getAvailaibleFormats()) {
-            QCOMPARE(meta.getSize(), m_demo.mediaFile(m_demo.mediaFileFor(item.getVideoId(), meta.getItag())).size());
+        const Outcome video = analyse(m_demo.videoAddress(), false);
+        QCOMPARE(video.text, QString());
+        QCOMPARE(video.signalNames, QStringLiteral("video "));
+        QCOMPARE(video.items.first().getUrl(), m_demo.videoAddress());
+        QCOMPARE(video.items.first().getLength(), QStringLiteral("00:00:12"));
+        for (const Meta &meta : video.items.first().getAvailaibleFormats()) {
+            QCOMPARE(meta.getSize(),
+                     m_demo.mediaFile(m_demo.mediaFileFor(m_demo.demoVideoIds().first(), meta.getItag())).size());
             QVERIFY(!meta.getUrl().contains(QStringLiteral("/redirect")));
         }
         QCOMPARE(debugLines.filter(QStringLiteral("Title : ")).size(), 1);
-    }
 
-    void analysesPlaylist_data()
-    {
-        QTest::addColumn<QString>("address");
-        QTest::newRow("its page") << m_demo.playlistAddress();
-        QTest::newRow("a video of it") << m_demo.watchPlaylistAddress();
-    }
-    void analysesPlaylist()
-    {
-        QFETCH(QString, address);
-        const Outcome outcome = analyse(address, true);
-        QCOMPARE(outcome.text, QString());
-        QCOMPARE(outcome.signalNames, QStringList{QStringLiteral("playlist")});
-        QCOMPARE(videoIds(outcome.items), m_demo.playlistVideoIds());
-        QCOMPARE(outcome.items.at(1).getTitle(), QStringLiteral("한국어 \"따옴표\" & AC/DC: Ça va? 🎬"));
-        QVERIFY(debugLines.contains(QStringLiteral("Total videos :  3")));
+        for (const QString &address : {m_demo.playlistAddress(), m_demo.watchPlaylistAddress()}) {
+            const Outcome playlist = analyse(address, true);
+            QCOMPARE(playlist.text, QString());
+            QCOMPARE(playlist.signalNames, QStringLiteral("playlist "));
+            QCOMPARE(videoIds(playlist.items), joined(m_demo.playlistVideoIds()));
+            QCOMPARE(playlist.items.at(1).getTitle(), QStringLiteral("한국어 \"따옴표\" & AC/DC: Ça va? 🎬"));
+        }
+        QCOMPARE(debugLines.filter(QStringLiteral("Total videos :  3")).size(), 2);
     }
 
     void outcomes_data()
     {
-        QTest::addColumn<bool>("isPlaylist");
         QTest::addColumn<QByteArray>("firstPage");
         QTest::addColumn<QByteArray>("secondVideo"); // answer for the watch page of "video-1"; empty: a good one
         QTest::addColumn<QString>("text"); // part of what comes back
-        QTest::addColumn<QStringList>("signalNames");
+        QTest::addColumn<QString>("signalNames");
         QTest::addColumn<int>("items");
 
-        const QStringList silent;
-        const QStringList video{QStringLiteral("video")};
-        const QStringList notFound{QStringLiteral("not found")};
-        const QStringList playlist{QStringLiteral("playlist")};
-        const QByteArray gone = answer("404 Gone\r\n", titled("A title"));
+        const QByteArray gone = answer("404 Gone\r\n", titled("T"));
         const QByteArray moved = answer("302 Found\r\nLocation: /watch?v=video-0\r\n", "<html></html>");
         const auto list = [](int count) { return page(DemoSite::playlistPage(numberedIds(count))); };
-        const auto row = [](const char *name, bool isPlaylist, const QByteArray &first, const QByteArray &second,
-                            const char *text, const QStringList &names, int items) {
-            QTest::newRow(name) << isPlaylist << first << second << QString::fromLatin1(text) << names << items;
+        const auto row = [](const char *name, const QByteArray &first, const QByteArray &second, const char *text,
+                            const char *names, int items) {
+            QTest::newRow(name) << first << second << QString::fromUtf8(text) << QString::fromUtf8(names) << items;
         };
-        row("video: 404", false, gone, {}, "Gone", silent, 0);
-        row("video: redirect", false, moved, {}, "", notFound, 0);
-        row("video: no configuration", false, page("<html></html>"), {}, "", notFound, 0);
-        row("video: configuration cut off", false, page(config("{\"args\":{")), {}, "", video, 1);
-        row("video: connection breaks", false, "HTTP/1.1 200 OK\r\nContent-Length: 99\r\n\r\n<html>", {}, "closed",
-            silent, 0);
-        row("playlist: 404", true, gone, {}, "Gone", silent, 0);
-        row("playlist: redirect", true, moved, {}, "", playlist, 0);
-        row("playlist: empty", true, list(0), {}, "", playlist, 0);
-        row("playlist: two hundred", true, list(200), {}, "", playlist, 200);
-        row("playlist: second page fails", true, list(3), gone, "Gone", silent, 0);
-        row("playlist: second page has no video", true, list(3), page("<html></html>"), "", notFound, 0);
-        row("playlist: second configuration cut off", true, list(3), page(config("{")), "", playlist, 3);
+        row("video: 404", gone, {}, "Gone", "", 0);
+        row("video: redirect", moved, {}, "", "not-found ", 0);
+        row("video: no configuration", page("<html></html>"), {}, "", "not-found ", 0);
+        row("video: configuration cut off", page(config("{\"args\":{")), {}, "", "video ", 1);
+        row("video: connection breaks", "CLOSE", {}, "closed", "", 0);
+        row("video: no answer at all", {}, {}, "The server did not answer", "", 0);
+        row("video: no answer to the end", "HTTP/1.1 200 OK\r\nContent-Length: 99\r\n\r\n<html>", {},
+            "The server did not answer", "", 0);
+        row("playlist: 404", gone, {}, "Gone", "", 0);
+        row("playlist: redirect", moved, {}, "", "playlist ", 0);
+        row("playlist: empty", list(0), {}, "", "playlist ", 0);
+        row("playlist: two hundred", list(200), {}, "", "playlist ", 200);
+        row("playlist: second page fails", list(3), gone, "Gone", "", 0);
+        row("playlist: second page has no video", list(3), page("<html></html>"), "", "not-found ", 0);
+        row("playlist: second configuration cut off", list(3), page(config("{")), "", "playlist ", 3);
     }
     void outcomes()
     {
-        QFETCH(bool, isPlaylist);
         QFETCH(QByteArray, firstPage);
         QFETCH(QByteArray, secondVideo);
         QFETCH(QString, text);
@@ -572,44 +534,27 @@ private slots:
         QString siteAddress;
         const Site site([&](const QByteArray &request, QTcpSocket *socket) -> QByteArray {
             if (request == "GET /first") {
-                if (!firstPage.endsWith("<html>"))
-                    return firstPage;
-                socket->write(firstPage);
-                socket->disconnectFromHost();
-                return {};
+                if (firstPage == "CLOSE")
+                    socket->disconnectFromHost();
+                return firstPage == "CLOSE" ? QByteArray() : firstPage;
             }
             if (request.startsWith("HEAD"))
-                return "HTTP/1.1 200 OK\r\nContent-Length: 5000\r\n\r\n";
+                return goodHead;
             return request.endsWith("v=video-1") && !secondVideo.isEmpty() ? secondVideo
                                                                            : watchPage(request, siteAddress);
         });
         siteAddress = site.address();
         qputenv("FOURFOLD_SITE", siteAddress.toUtf8());
 
-        const Outcome outcome = analyse(siteAddress + QStringLiteral("/first"), isPlaylist);
+        NetworkManager::getInstance()->setInactivityLimit(1000);
+        const Outcome outcome =
+            analyse(siteAddress + QStringLiteral("/first"), QByteArray(QTest::currentDataTag()).startsWith("playlist"));
+        NetworkManager::getInstance()->setInactivityLimit(usualInactivityLimit);
         QVERIFY2(outcome.text.contains(text) && outcome.text.isEmpty() == text.isEmpty(), qPrintable(outcome.text));
         QTEST(outcome.signalNames, "signalNames");
         QCOMPARE(outcome.items.size(), items);
         if (items == 200)
-            QCOMPARE(videoIds(outcome.items), numberedIds(200));
-    }
-
-    void serverThatDoesNotAnswer_data()
-    {
-        QTest::addColumn<int>("fault");
-        QTest::newRow("not at all") << int(FaultServer::Fault::Silence);
-        QTest::newRow("not to the end") << int(FaultServer::Fault::Stall);
-    }
-    void serverThatDoesNotAnswer()
-    {
-        QFETCH(int, fault);
-        FaultServer server(QByteArray(1000, 'x'));
-        server.setFault(FaultServer::Fault(fault), 0, 0, 1);
-        NetworkManager::getInstance()->setInactivityLimit(200);
-        const Outcome outcome = analyse(server.address(), false);
-        NetworkManager::getInstance()->setInactivityLimit(usualInactivityLimit);
-        QCOMPARE(outcome.text, QStringLiteral("The server did not answer"));
-        QCOMPARE(outcome.signalNames, QStringList());
+            QCOMPARE(videoIds(outcome.items), joined(numberedIds(200)));
         QVERIFY(!NetworkManager::getInstance()->isInterrupted());
     }
 
@@ -651,7 +596,7 @@ private slots:
         QTest::newRow("second probe") << false << 2;
         QTest::newRow("playlist page") << true << 0;
         QTest::newRow("second video of a playlist") << true << 4;
-        QTest::newRow("its probe") << true << 5;
+        QTest::newRow("last probe of a playlist") << true << 9;
     }
     void quitEndsTheAnalysis()
     {
@@ -667,7 +612,7 @@ private slots:
                 return {};
             }
             if (request.startsWith("HEAD"))
-                return "HTTP/1.1 200 OK\r\nContent-Length: 5000\r\n\r\n";
+                return goodHead;
             return request == "GET /playlist" ? page(DemoSite::playlistPage(numberedIds(3)))
                                               : watchPage(request, siteAddress);
         });
@@ -679,7 +624,7 @@ private slots:
         QCoreApplication::exec();
         QVERIFY2(sinceQuit.elapsed() < 1000, qPrintable(QStringLiteral("%1 ms").arg(sinceQuit.elapsed())));
         QVERIFY(!outcome.text.isEmpty());
-        QCOMPARE(outcome.signalNames, QStringList());
+        QCOMPARE(outcome.signalNames, QString());
         QCOMPARE(site.requests().size(), unanswered + 1);
 
         quits = false;

@@ -1,0 +1,18 @@
+// What any program of this toolkit needs for a window of the same size: the yardstick for start.cpp.
+
+#include "FirstFrame.h"
+
+#include <QApplication>
+#include <QMainWindow>
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    QApplication application(argc, argv);
+    QMainWindow window;
+    window.resize(874, 585);
+    FirstFrame firstFrame(window);
+    window.show();
+    return QApplication::exec();
+}

@@ -1,0 +1,51 @@
+// A player configuration to the record of a video, and its title to a file name. Nothing is asked for over the network,
+// since the process is in the state of one that is about to quit.
+
+#include "fuzz/Fuzzing.h"
+#include "settings/FileNames.h"
+#include "youtube/NetworkManager.h"
+#include "youtube/VideoItem.h"
+
+#include <QCoreApplication>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QNetworkProxy>
+#include <QNetworkReply>
+#include <QTcpServer>
+#include <QTimer>
+#include <QUrl>
+
+#include <memory>
+
+int LLVMFuzzerInitialize(int *argc, char ***argv)
+{
+    silence();
+    static QCoreApplication application(*argc, *argv);
+    // Should a probe start all the same, it ends here.
+    QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), 1));
+
+    QTcpServer silent;
+    silent.setProxy(QNetworkProxy::NoProxy);
+    FUZZ_VERIFY(silent.listen(QHostAddress::LocalHost));
+    QTimer::singleShot(0, &application, &QCoreApplication::quit);
+    QUrl address(QStringLiteral("http://127.0.0.1:%1/").arg(silent.serverPort()));
+    const std::unique_ptr<QNetworkReply> reply(NetworkManager::getInstance()->head(address));
+    FUZZ_VERIFY(NetworkManager::getInstance()->isInterrupted());
+    return 0;
+}
+
+int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    QJsonObject config = QJsonDocument::fromJson(inputOf(data, size)).object();
+    const VideoItem video(config);
+    video.printInfo();
+    FUZZ_VERIFY(!video.getAvailaibleFormats().isEmpty());
+    FUZZ_VERIFY(video.getLength().size() >= int(sizeof("00:00:00")) - 1);
+    for (const Meta &format : video.getAvailaibleFormats()) {
+        FUZZ_VERIFY(format.getSize() == 0);
+        const QString name =
+            Utility::ReplaceBadCharOfFileName(video.getTitle() + QLatin1Char('.') + format.getExtension());
+        FUZZ_VERIFY(!name.contains(QLatin1Char('/')) && name != QLatin1String(".."));
+    }
+    return 0;
+}
