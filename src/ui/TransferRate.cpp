@@ -26,26 +26,20 @@ QString timeText(double seconds)
 QString TransferRate::text(qint64 received, qint64 total)
 {
     if (total <= 0)
-        return m_text;
-    const QString percent = QString::number(100 * received / total).rightJustified(3, figureSpace) + QLatin1Char('%');
+        return {};
     const qint64 now = m_clock.elapsed();
-    const qint64 elapsed = now - m_lastChange;
-    if (elapsed < changeInterval)
-        return m_text.isEmpty() ? percent : m_text;
-
-    const double seconds = static_cast<double>(elapsed) / 1000;
-    const double current = static_cast<double>(received - m_lastReceived) / seconds;
-    // The first figure counts whole, later ones by their share of the averaging period.
-    const double weight = m_bytesPerSecond > 0 ? 1 - std::exp(-seconds / averagingPeriod) : 1;
-    m_bytesPerSecond += weight * (current - m_bytesPerSecond);
-    m_lastChange = now;
-    m_lastReceived = received;
-
-    m_text = percent;
-    if (m_bytesPerSecond >= 1) {
-        m_text = QStringLiteral("%1  %2/s  %3")
-                     .arg(percent, formatSize(static_cast<qint64>(m_bytesPerSecond)),
-                          timeText(static_cast<double>(total - received) / m_bytesPerSecond));
+    if (now - m_lastChange >= changeInterval) {
+        const double seconds = static_cast<double>(now - m_lastChange) / 1000;
+        const double current = static_cast<double>(received - m_lastReceived) / seconds;
+        // The first figure counts whole, later ones by their share of the averaging period.
+        const double weight = m_bytesPerSecond > 0 ? 1 - std::exp(-seconds / averagingPeriod) : 1;
+        m_bytesPerSecond += weight * (current - m_bytesPerSecond);
+        m_lastChange = now;
+        m_lastReceived = received;
+        m_rateText = QStringLiteral("  %1/s  %2")
+                         .arg(formatSize(static_cast<qint64>(m_bytesPerSecond)),
+                              timeText(static_cast<double>(total - received) / m_bytesPerSecond));
     }
-    return m_text;
+    const QString percent = QString::number(100 * received / total).rightJustified(3, figureSpace);
+    return percent + QLatin1Char('%') + m_rateText;
 }

@@ -18,5 +18,5 @@ private:
     qint64 m_lastChange = 0; // milliseconds of the clock
     qint64 m_lastReceived = 0;
     double m_bytesPerSecond = 0;
-    QString m_text;
+    QString m_rateText;
 };

@@ -134,7 +134,8 @@ void Tour::planPlaylist()
         [this] {
             const auto bars = m_window.findChildren<QProgressBar *>();
             return bars.size() > 1 && !QApplication::activeModalWidget()
-                && std::all_of(bars.begin(), bars.end(), [](const QProgressBar *bar) { return bar->value() > 0; });
+                && std::all_of(bars.begin(), bars.end(),
+                               [](const QProgressBar *bar) { return bar->text().contains(QStringLiteral("/s")); });
         },
         [this] { screenshot(&m_window, QStringLiteral("main-busy")); });
     m_driver.when(
