@@ -5,22 +5,22 @@
 
 #include <QCoreApplication>
 #include <QEvent>
+#include <QMainWindow>
 #include <QObject>
 #include <QTimer>
-#include <QWidget>
 
-// Notes when the first frame of a window has been painted, lets the process come to rest, prints the figures and quits.
+// Notes when the first frame of a main window has been painted, lets the process come to rest, prints and quits.
 class FirstFrame final : public QObject
 {
     Q_DISABLE_COPY_MOVE(FirstFrame)
 
 public:
-    explicit FirstFrame(QWidget &window) { window.installEventFilter(this); }
+    FirstFrame() { qApp->installEventFilter(this); }
 
     bool eventFilter(QObject *watched, QEvent *event) override
     {
-        if (event->type() == QEvent::Paint) {
-            watched->removeEventFilter(this);
+        if (event->type() == QEvent::Paint && qobject_cast<QMainWindow *>(watched)) {
+            qApp->removeEventFilter(this);
             // The turn after the painting, when the frame has been handed to the screen.
             QTimer::singleShot(0, this, &FirstFrame::shown);
         }

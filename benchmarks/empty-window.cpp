@@ -3,16 +3,15 @@
 #include "FirstFrame.h"
 
 #include <QApplication>
-#include <QMainWindow>
 
 int main(int argc, char *argv[])
 {
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QApplication application(argc, argv);
+    const FirstFrame firstFrame;
     QMainWindow window;
     window.resize(874, 585);
-    FirstFrame firstFrame(window);
     window.show();
     return QApplication::exec();
 }

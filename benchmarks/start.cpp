@@ -1,31 +1,14 @@
-// The application's start as its entry function makes it, up to the first frame of the main window.
+// Stands beside the application's own entry function and watches it up to the first frame of the main window.
 
 #include "FirstFrame.h"
 
-#include "app/Skin.h"
-#include "app/SkMainWindow.h"
-#include "app/TerminationSignals.h"
-#include "settings/CAppSetting.h"
+namespace {
 
-#include <QtSingleApplication>
-
-int main(int argc, char *argv[])
+void watch()
 {
-    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
-    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-    QtSingleApplication application(argc, argv, true);
-    if (application.isRunning())
-        return 1;
-    QGuiApplication::setDesktopFileName(QStringLiteral("fourfold"));
-
-    const TerminationSignals terminationSignals;
-    static_cast<void>(CAppSetting::instance());
-    Skin::registerResource();
-    Skin::applyStyleSheet();
-
-    SkMainWindow window(nullptr, {});
-    FirstFrame firstFrame(window);
-    window.showMainWindow();
-    application.setActivationWindow(&window, true);
-    return QtSingleApplication::exec();
+    static FirstFrame firstFrame;
 }
+
+} // namespace
+
+Q_COREAPP_STARTUP_FUNCTION(watch)

@@ -45,7 +45,6 @@ class Bench final
 public:
     Bench()
     {
-        if (qEnvironmentVariableIsSet("UNI")) m_list->setUniformRowHeights(true);
         m_window.showMainWindow();
         turn([] {});
     }

@@ -135,6 +135,7 @@ void SkMainWindow::buildHelpMenu()
         makeAction(tr("Check Update"), QStringLiteral("update_icon.png"), &SkMainWindow::on_actionUpdate_triggered);
 
     onlineHelp->setShortcut(QKeySequence::HelpContents);
+    onlineHelp->setAutoRepeat(false);
 
     m_pHelpMenu->addAction(onlineHelp);
     m_pHelpMenu->addSeparator();
@@ -248,7 +249,7 @@ bool SkMainWindow::isForFrame(const QEvent &event) const
 
 void SkMainWindow::keyPressEvent(QKeyEvent *event)
 {
-    if (event->key() == Qt::Key_F12)
+    if (event->key() == Qt::Key_F12 && !event->isAutoRepeat())
         loadQSS();
     QWidget::keyPressEvent(event);
 }

@@ -42,16 +42,25 @@ TerminationSignals::TerminationSignals(QObject *parent)
     struct sigaction action = {};
     action.sa_handler = passOn;
     action.sa_flags = SA_RESTART;
-    for (const int signal : watchedSignals)
-        ::sigaction(signal, &action, nullptr);
+    for (const int signal : watchedSignals) {
+        struct sigaction inherited = {};
+        ::sigaction(signal, nullptr, &inherited);
+        // What nohup has switched off stays so.
+        if (inherited.sa_handler != SIG_IGN)
+            ::sigaction(signal, &action, nullptr);
+    }
 }
 
 TerminationSignals::~TerminationSignals()
 {
     if (!m_notifier)
         return;
-    for (const int signal : watchedSignals)
-        std::signal(signal, SIG_DFL);
+    for (const int signal : watchedSignals) {
+        struct sigaction current = {};
+        ::sigaction(signal, nullptr, &current);
+        if (current.sa_handler == passOn)
+            std::signal(signal, SIG_DFL);
+    }
     delete m_notifier;
     for (int &end : signalPipe) {
         ::close(end);

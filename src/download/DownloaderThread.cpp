@@ -151,12 +151,12 @@ void DownloaderThread::judgeAnswer()
         return;
     }
     if (status != 200 && status != 206) {
-        const QString phrase = m_reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString();
+        const QString phrase = m_reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString().left(100);
         refuse(tr("The server answered %1 %2").arg(QString::number(status), phrase).trimmed());
         return;
     }
     if (!encoding.isEmpty() && encoding != "identity") {
-        refuse(tr("The server sent the stream in an encoding that was not asked for"));
+        refuse(tr("The server sent the stream in an encoding that cannot be split"));
         return;
     }
 

@@ -32,7 +32,8 @@ SkDialog::SkDialog(QWidget *parent, Qt::WindowFlags flags, bool showBottomButton
     for (QFrame *frame : {ui->windowTitle_frame, ui->bottomButton_frame}) {
         if (!frame->isHidden())
             continue;
-        for (QPushButton *button : frame->findChildren<QPushButton *>())
+        const auto buttons = frame->findChildren<QPushButton *>();
+        for (QPushButton *button : buttons)
             button->setFocusPolicy(Qt::NoFocus);
     }
 }

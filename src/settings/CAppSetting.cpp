@@ -177,7 +177,7 @@ QString CAppSetting::getAppHome()
 
 QString CAppSetting::getHomePath()
 {
-    const QString path =
+    QString path =
         homeBase() + QStringLiteral("/Documents/") + companyName + QLatin1Char('/') + productName + QLatin1Char('/');
     QDir().mkpath(path);
     return path;

@@ -1,6 +1,7 @@
 #include "ui/DownloaderWidget.h"
 
 #include "download/DownloadManager.h"
+#include "framework/InertText.h"
 #include "framework/SkMessageBox.h"
 #include "settings/CAppSetting.h"
 #include "settings/FileNames.h"
@@ -41,6 +42,7 @@ enum Column { IdColumn, NameColumn, DurationColumn, SizeColumn, DownloadedColumn
 // Where a row keeps the path of its finished file.
 constexpr int filePathRole = Qt::UserRole;
 
+constexpr int longestTitle = 500; // characters
 constexpr int cellPadding = 12; // pixels, on either side
 
 QString skinFile(const QString &name)
@@ -67,7 +69,8 @@ void openFile(const QString &path)
 // The web address that is being dragged; invalid when there is none.
 QUrl draggedAddress(const QMimeData &data)
 {
-    const QUrl url = data.hasUrls() ? data.urls().constFirst() : QUrl(data.text().trimmed(), QUrl::StrictMode);
+    const QList<QUrl> urls = data.urls();
+    const QUrl url = urls.isEmpty() ? QUrl(data.text().trimmed(), QUrl::StrictMode) : urls.constFirst();
     return url.scheme().startsWith(QLatin1String("http")) ? url : QUrl();
 }
 
@@ -197,10 +200,11 @@ bool DownloaderWidget::getOutputDir(QString &path)
 QTreeWidgetItem *DownloaderWidget::addTask(const VideoItem &video, const Meta &meta)
 {
     auto *item = new QTreeWidgetItem(ui->treeWidget);
-    const QString name = video.getTitle() + QLatin1Char('.') + meta.getExtension();
+    // No file system takes a longer name, and painting one of megabytes takes seconds.
+    const QString name = video.getTitle().left(longestTitle) + QLatin1Char('.') + meta.getExtension();
     item->setData(IdColumn, Qt::DisplayRole, meta.getItag());
     item->setText(NameColumn, name);
-    item->setToolTip(NameColumn, name.toHtmlEscaped());
+    item->setToolTip(NameColumn, inertText(name));
     item->setText(DurationColumn, video.getLength());
     item->setText(SizeColumn, formatSize(meta.getSize()));
     item->setData(DownloadedColumn, Qt::DisplayRole, 0);
@@ -306,8 +310,18 @@ void DownloaderWidget::onStartDownload(VideoItem video, int itag)
         SkMessageBox(this, SkMessageBox::DialogType_Warning, QStringLiteral("Invalid file path")).exec();
         return;
     }
+    // Two downloads at once into one file would leave a mixture of both.
+    const QString canonicalPath = QFileInfo(path).canonicalFilePath();
+    const bool isBusy = std::any_of(m_running.begin(), m_running.end(), [&canonicalPath](const auto &running) {
+        return running.second.filePath == canonicalPath;
+    });
+    if (isBusy) {
+        SkMessageBox(this, SkMessageBox::DialogType_Warning, tr("A download into this file is still running.")).exec();
+        return;
+    }
     auto *manager = new DownloadManager(meta, path, this, row);
-    m_running.emplace(row, Running{std::unique_ptr<DownloadManager>(manager), std::make_unique<TransferRate>(), path});
+    m_running.emplace(
+        row, Running{std::unique_ptr<DownloadManager>(manager), std::make_unique<TransferRate>(), canonicalPath});
     connect(manager, &DownloadManager::progress, this, &DownloaderWidget::downloadProgress);
     connect(manager, &DownloadManager::downloadCompleted, this, &DownloaderWidget::finished);
     manager->download();
@@ -341,7 +355,7 @@ void DownloaderWidget::finished(void *widgetItem)
         row->setIcon(ProgressColumn, QIcon(skinFile(QStringLiteral("row-finished.png"))));
     } else {
         row->setIcon(ProgressColumn, QIcon(skinFile(QStringLiteral("row-warning.png"))));
-        row->setToolTip(ProgressColumn, tr("The file is incomplete: %1").arg(failure).toHtmlEscaped());
+        row->setToolTip(ProgressColumn, inertText(tr("The file is incomplete: %1").arg(failure)));
     }
     row->setText(ProgressColumn, tr("Finished"));
     ui->treeWidget->removeItemWidget(row, ProgressColumn);

@@ -1,9 +1,11 @@
 #include "ui/VideoInfo.h"
 
+#include "framework/InertText.h"
 #include "settings/CAppSetting.h"
 
 #include "ui_VideoInfo.h"
 
+#include <QApplication>
 #include <QDebug>
 #include <QHeaderView>
 #include <QPushButton>
@@ -14,6 +16,8 @@
 namespace {
 
 enum Column { IdColumn, NameColumn, FormatColumn, DurationColumn, ResolutionColumn, SizeColumn, DownloadColumn };
+
+constexpr int longestTitle = 500; // characters
 
 constexpr int cellPadding = 12; // pixels, on either side
 
@@ -84,6 +88,8 @@ void VideoInfo::fillTable(const QList<Meta> &formats)
     table->verticalHeader()->hide();
     table->setRowCount(formats.size());
 
+    // Painting a title of megabytes takes seconds.
+    const QString title = video.getTitle().left(longestTitle);
     for (int row = 0; row < formats.size(); ++row) {
         const Meta &meta = formats.at(row);
         const auto setCell = [table, row](Column column, const QString &text) {
@@ -92,7 +98,7 @@ void VideoInfo::fillTable(const QList<Meta> &formats)
             return item;
         };
         setCell(IdColumn, QString::number(meta.getItag()));
-        setCell(NameColumn, video.getTitle())->setToolTip(video.getTitle().toHtmlEscaped());
+        setCell(NameColumn, title)->setToolTip(inertText(title));
         setCell(FormatColumn, meta.getExtension())->setTextAlignment(Qt::AlignCenter);
         setCell(DurationColumn, video.getLength())->setTextAlignment(Qt::AlignCenter);
         setCell(ResolutionColumn, meta.getResolution())->setTextAlignment(Qt::AlignCenter);
@@ -127,10 +133,19 @@ void VideoInfo::makeButtonsAround(int row)
     }
 }
 
+void VideoInfo::showEvent(QShowEvent *event)
+{
+    SkDialog::showEvent(event);
+    m_sinceShown.start();
+}
+
 void VideoInfo::onDownloadClicked(bool /*checked*/)
 {
     // Starting a download may wait for the network, and the buttons stay alive meanwhile.
     if (m_hasChosen)
+        return;
+    // In a playlist this may be the second half of a double-click on the dialog before.
+    if (m_sinceShown.elapsed() < QApplication::doubleClickInterval())
         return;
     m_hasChosen = true;
 

@@ -3,6 +3,8 @@
 #include "framework/SkDialog.h"
 #include "youtube/VideoItem.h"
 
+#include <QElapsedTimer>
+
 #include <memory>
 
 namespace Ui {
@@ -19,6 +21,9 @@ public:
     VideoInfo(const VideoItem &video, QWidget *parent);
     ~VideoInfo() override;
 
+protected:
+    void showEvent(QShowEvent *event) override;
+
 signals:
     // At most once, while the dialog is still open.
     void signalStartDownload(VideoItem video, int itag);
@@ -33,4 +38,5 @@ private:
     const std::unique_ptr<Ui::VideoInfo> ui;
     const VideoItem video;
     bool m_hasChosen = false;
+    QElapsedTimer m_sinceShown;
 };

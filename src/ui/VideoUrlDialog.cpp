@@ -1,5 +1,6 @@
 #include "ui/VideoUrlDialog.h"
 
+#include "framework/InertText.h"
 #include "framework/SkMessageBox.h"
 #include "settings/CAppSetting.h"
 #include "youtube/NetworkManager.h"
@@ -7,16 +8,19 @@
 
 #include "ui_VideoUrlDialog.h"
 
+#include <QApplication>
+#include <QRegularExpression>
 #include <QScopedValueRollback>
-#include <QTextDocument>
 #include <QUrl>
 
 namespace {
 
-// Error texts may quote what a server sent, which must not turn into markup.
-QString asPlainText(const QString &text)
+// An error may quote a long address or whatever else a server sent; the message box must stay on the screen.
+QString readable(const QString &error)
 {
-    return Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text) : text;
+    static const QRegularExpression longRun(QStringLiteral("(\\S{40})"));
+    const QString zeroWidthSpace(QChar(0x200b));
+    return error.left(300).replace(longRun, QStringLiteral("\\1") + zeroWidthSpace);
 }
 
 // A style sheet paints placeholder and typed text alike, and has no word to tell them apart.
@@ -67,7 +71,10 @@ void VideoUrlDialog::on_btnGo_clicked()
     ui->movie_label->setMovie(&movie);
     ui->status_label->setText(isPlaylist ? QStringLiteral("Analyzing the Youtube Playlist url")
                                          : QStringLiteral("Analyzing the Youtube Video url"));
+    // Hiding "Go" would hand its focus to "Cancel", and with it the next Return.
+    ui->urlLineEdit->setFocus();
     showAnalysing(true);
+    m_sinceGo.start();
     accept();
 }
 
@@ -95,7 +102,7 @@ void VideoUrlDialog::accept()
     if (!NetworkManager::getInstance()->isInterrupted()) {
         const QString text =
             QStringLiteral("Analyze the Youtube url failed: %1. Please check your network connection.");
-        SkMessageBox(this, SkMessageBox::DialogType_Critical, asPlainText(text.arg(error))).exec();
+        SkMessageBox(this, SkMessageBox::DialogType_Critical, inertText(text.arg(readable(error)))).exec();
     }
     if (!isCanceled)
         reject();
@@ -110,6 +117,9 @@ void VideoUrlDialog::reject()
 
 void VideoUrlDialog::on_btnCancel_clicked()
 {
+    // It stands where "Go" was, so this may be the second half of a double-click on that.
+    if (m_sinceGo.elapsed() < QApplication::doubleClickInterval())
+        return;
     reject();
 }
 

@@ -3,6 +3,7 @@
 #include "framework/SkDialog.h"
 #include "youtube/VideoItem.h"
 
+#include <QElapsedTimer>
 #include <QMovie>
 #include <QVector>
 
@@ -51,4 +52,5 @@ private:
     QMovie movie;
     bool isCanceled = false;
     bool m_isAnalysing = false;
+    QElapsedTimer m_sinceGo;
 };

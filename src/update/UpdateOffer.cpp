@@ -5,20 +5,23 @@
 #include <QFileInfo>
 #include <QXmlStreamReader>
 
+#include <cctype>
+
 namespace {
 
 // The reader's time grows with the square of the attributes of a tag.
 constexpr int maximumAttributes = 10000;
 
-// Equals signs within tags; those of the notes' own text cost nothing.
+// Whatever looks like an attribute: an equals sign before a quote. Telling tags from text takes a parser.
 int attributesOf(const QByteArray &message)
 {
     int count = 0;
-    bool isInTag = false;
-    for (const char byte : message) {
-        if (byte == '<' || byte == '>')
-            isInTag = byte == '<';
-        count += isInTag && byte == '=';
+    for (int i = message.indexOf('='); i >= 0; i = message.indexOf('=', i + 1)) {
+        int next = i + 1;
+        while (next < message.size() && std::isspace(static_cast<unsigned char>(message.at(next))))
+            ++next;
+        if (next < message.size() && (message.at(next) == '"' || message.at(next) == '\''))
+            ++count;
     }
     return count;
 }

@@ -8,6 +8,9 @@
 namespace {
 
 constexpr int inactivityLimit = 60000; // milliseconds
+// Thirty times the largest page of the site: somebody has pasted the address of a file, or a server never ends.
+constexpr qint64 maximumPageSize = 32 * 1024 * 1024; // bytes
+constexpr char tooLargeProperty[] = "fourfold-too-large";
 
 } // namespace
 
@@ -25,7 +28,14 @@ NetworkManager::NetworkManager()
 
 QNetworkReply *NetworkManager::getWebPage(QUrl &url)
 {
-    return waitFor(m_accessManager.get(QNetworkRequest(url)));
+    QNetworkReply *reply = m_accessManager.get(QNetworkRequest(url));
+    connect(reply, &QNetworkReply::readyRead, reply, [reply] {
+        if (reply->bytesAvailable() > maximumPageSize) {
+            reply->setProperty(tooLargeProperty, true);
+            reply->abort();
+        }
+    });
+    return waitFor(reply);
 }
 
 QNetworkReply *NetworkManager::head(QUrl &url)
@@ -40,6 +50,8 @@ void NetworkManager::setInactivityLimit(int milliseconds)
 
 QString NetworkManager::errorText(const QNetworkReply &reply)
 {
+    if (reply.property(tooLargeProperty).toBool())
+        return tr("The page is too large");
     // A transfer timeout ends as a cancelled operation, and nothing else cancels an analysis request but a quit.
     if (reply.error() == QNetworkReply::OperationCanceledError)
         return tr("The server did not answer");

@@ -19,6 +19,7 @@ public:
     [[nodiscard]] static NetworkManager *getInstance();
 
     // GET and HEAD. The finished reply belongs to the caller; errors, statuses and redirects are the caller's to judge.
+    // A page beyond 32 MiB is an error.
     [[nodiscard]] QNetworkReply *getWebPage(QUrl &url);
     [[nodiscard]] QNetworkReply *head(QUrl &url);
 

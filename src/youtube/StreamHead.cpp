@@ -25,6 +25,11 @@ StreamHead StreamHead::ask(QString &address, const QVector<int> &redirectStatuse
     StreamHead head;
     for (int redirects = 0;; ++redirects) {
         QUrl url(address);
+        // Qt opens local addresses too, and would wait for ever for some of them.
+        if (url.scheme() != QLatin1String("http") && url.scheme() != QLatin1String("https")) {
+            head.error = NetworkManager::tr("The address is no web address");
+            return head;
+        }
         const std::unique_ptr<QNetworkReply> reply(NetworkManager::getInstance()->head(url));
         if (reply->error() != QNetworkReply::NoError) {
             head.error = NetworkManager::errorText(*reply);

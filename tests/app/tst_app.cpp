@@ -543,6 +543,7 @@ private slots:
             options.setValue(QStringLiteral("windowPoint"), QPoint(12, 34));
             options.setValue(QStringLiteral("windowSize"), QSize(900, 700));
             options.setValue(QStringLiteral("maximization"), true);
+            options.setValue(QStringLiteral("lastCheckDate"), QDate(2024, 2, 29));
         }
         // The skin is not what keeps it from starting either.
         QVERIFY(QFile::remove(installation.path("bin/skin.rcc")));
@@ -558,7 +559,7 @@ private slots:
             QCOMPARE(options.value(QStringLiteral("windowPoint")).toPoint(), QPoint(12, 34));
             QCOMPARE(options.value(QStringLiteral("windowSize")).toSize(), QSize(900, 700));
             QCOMPARE(options.value(QStringLiteral("maximization")).toBool(), true);
-            QCOMPARE(options.value(QStringLiteral("lastCheckDate")).toDate(), QDate::currentDate());
+            QCOMPARE(options.value(QStringLiteral("lastCheckDate")).toDate(), QDate(2024, 2, 29));
         }
     }
 

@@ -92,7 +92,8 @@ QByteArrayList quarterHashes(const QByteArray &bytes)
     const int chunk = bytes.size() / 4;
     QByteArrayList hashes;
     for (int i = 0; i < 4; ++i)
-        hashes += QCryptographicHash::hash(bytes.mid(i * chunk, i == 3 ? -1 : chunk), QCryptographicHash::Sha256).toHex();
+        hashes +=
+            QCryptographicHash::hash(bytes.mid(i * chunk, i == 3 ? -1 : chunk), QCryptographicHash::Sha256).toHex();
     return hashes;
 }
 
@@ -261,7 +262,8 @@ private slots:
         server.setFault(FaultServer::Fault(fault), quarter, 2 * quarter - 1, times);
         const int missing = quarter - bytesOfQuarter;
         if (missing > 0) {
-            const QString warning = QStringLiteral("ended short: %1 bytes are missing: .*%2").arg(QString::number(missing), failure);
+            const QString warning =
+                QStringLiteral("ended short: %1 bytes are missing: .*%2").arg(QString::number(missing), failure);
             QTest::ignoreMessage(QtWarningMsg, QRegularExpression(warning));
         }
 

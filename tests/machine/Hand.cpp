@@ -40,9 +40,9 @@ void say(const QStringList &fields)
 
 } // namespace
 
-// Plays the person in front of an unchanged application. Every line of standard input is the address of a page to paste,
-// whose first format is picked; message boxes are confirmed. What there is to read goes to standard output, one line
-// each time it changes: "ready", "message" and its text, "row" with number, bytes, progress and tool tip.
+// Plays the person in front of an unchanged application. Every line of standard input is the address of a page to
+// paste, whose first format is picked; message boxes are confirmed. What there is to read goes to standard output, one
+// line each time it changes: "ready", "message" and its text, "row" with number, bytes, progress and tool tip.
 class Hand final : public QObject
 {
     Q_OBJECT
@@ -52,6 +52,8 @@ public:
     Hand()
         : m_input(STDIN_FILENO, QSocketNotifier::Read)
     {
+        // Its clicks come in quick succession, and none is the second half of a double-click.
+        QApplication::setDoubleClickInterval(0);
         connect(&m_input, &QSocketNotifier::activated, this, &Hand::readCommands);
         scheduleLook();
     }
@@ -96,7 +98,8 @@ private:
             say({QStringLiteral("message"), text});
             part<QAbstractButton>(box, "ok_pushButton")->click();
         } else if (const QWidget *formats = openWindow("VideoInfo")) {
-            auto *button = qobject_cast<QAbstractButton *>(part<QTableWidget>(formats, "tableWidget")->cellWidget(0, 6));
+            auto *button =
+                qobject_cast<QAbstractButton *>(part<QTableWidget>(formats, "tableWidget")->cellWidget(0, 6));
             if (button && formats != m_answered) {
                 m_answered = formats;
                 button->click();

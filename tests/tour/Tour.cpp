@@ -133,9 +133,10 @@ void Tour::planPlaylist()
         QStringLiteral("several downloads are under way"),
         [this] {
             const auto bars = m_window.findChildren<QProgressBar *>();
-            return bars.size() > 1 && !QApplication::activeModalWidget()
-                && std::all_of(bars.begin(), bars.end(),
-                               [](const QProgressBar *bar) { return bar->text().contains(QStringLiteral("/s")); });
+            return allFinished(1 + m_site.playlistVideoIds().size())
+                || (bars.size() > 1 && !QApplication::activeModalWidget()
+                    && std::all_of(bars.begin(), bars.end(),
+                                   [](const QProgressBar *bar) { return bar->text().contains(QStringLiteral("/s")); }));
         },
         [this] { screenshot(&m_window, QStringLiteral("main-busy")); });
     m_driver.when(

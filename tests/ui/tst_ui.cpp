@@ -226,6 +226,8 @@ public slots:
 private slots:
     void initTestCase()
     {
+        // Clicks in quick succession are meant here, and no double-clicks.
+        QApplication::setDoubleClickInterval(0);
         QVERIFY2(m_site.start(), qPrintable(m_site.errorString()));
         qputenv("FOURFOLD_SITE", m_site.address().toUtf8());
         QResource::registerResource(QCoreApplication::applicationDirPath() + QStringLiteral("/skin.rcc"));
