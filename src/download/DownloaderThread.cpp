@@ -97,12 +97,25 @@ void DownloaderThread::finished()
 
     m_fruitlessRequests = m_position > m_positionAtRequest ? 0 : m_fruitlessRequests + 1;
     if (m_fruitlessRequests == maximumFruitlessRequests) {
-        m_failure = isCutOff ? m_reply->errorString() : tr("The server sent less than was asked for");
+        m_failure = requestFailure();
         end();
         return;
     }
     releaseReply();
     sendRequest();
+}
+
+QString DownloaderThread::requestFailure() const
+{
+    switch (m_reply->error()) {
+    case QNetworkReply::NoError:
+        return tr("The server sent less than was asked for");
+    case QNetworkReply::OperationCanceledError:
+        // How a transfer timeout ends.
+        return tr("The server did not answer");
+    default:
+        return m_reply->errorString();
+    }
 }
 
 void DownloaderThread::storeAvailable()

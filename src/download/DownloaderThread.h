@@ -57,6 +57,7 @@ private:
     enum class Answer { Awaited, Accepted, Refused };
 
     void sendRequest();
+    [[nodiscard]] QString requestFailure() const;
     void judgeAnswer();
     void storeAvailable();
     bool write(const char *bytes, qint64 count);

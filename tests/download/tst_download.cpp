@@ -227,7 +227,7 @@ private slots:
         row("cut off once", Fault::CutOff, 1, whole, 2);
         row("cut off again and again", Fault::CutOff, 8, whole, 9);
         row("stops sending once", Fault::Stall, 1, whole, 2);
-        row("never answers", Fault::Silence, always, 0, 3, "cancel");
+        row("never answers", Fault::Silence, always, 0, 3, "did not answer");
         row("byte by byte", Fault::ByteByByte, 1, whole, 1);
         row("whole stream in place of the range", Fault::WholeStream, 1, whole, 1);
         row("another range", Fault::WrongStart, always, 0, 1, "another part");

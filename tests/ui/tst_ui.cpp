@@ -22,6 +22,7 @@
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QResource>
+#include <QSignalSpy>
 #include <QTableWidget>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -739,6 +740,41 @@ private slots:
         QCOMPARE(shown, QStringLiteral("Invalid file path"));
         QVERIFY(barOf(page, 0));
         QCOMPARE(m_site.requests().size(), 1);
+    }
+
+    void runningDownloadKeepsItsFile()
+    {
+        DownloaderWidget page;
+        page.show();
+        QString shown;
+        Driver driver;
+        driver.whenIdle([&] {
+            startDownload(page, streamVideo(QStringLiteral("name"), stream(600001, 300000), 600001));
+            startDownload(page, streamVideo(QStringLiteral("na:me"), stream(30001), 30001));
+        });
+        confirmMessage(driver, &shown);
+        QVERIFY2(driver.play(), qPrintable(driver.failure()));
+
+        QCOMPARE(shown, QStringLiteral("A download into this file is still running."));
+        QTRY_VERIFY(!barOf(page, 0));
+        QVERIFY(contents(m_folder->filePath(QStringLiteral("name.mp4"))) == DemoSite::streamBytes(seed, 0, 600001));
+    }
+
+    // The second click of a double-click lands on whatever has taken the place of the button.
+    void doubleClickHitsOneButton()
+    {
+        QApplication::setDoubleClickInterval(300);
+        VideoInfo dialog(videoWith({QStringLiteral("22 mp4 1280X720 9")}), nullptr);
+        QSignalSpy chosen(&dialog, &VideoInfo::signalStartDownload);
+        dialog.show();
+        downloadButton(&dialog, 0)->click();
+        QCOMPARE(chosen.size(), 0);
+        const auto pressAgain = [&] {
+            downloadButton(&dialog, 0)->click();
+            return chosen.size() == 1;
+        };
+        QTRY_VERIFY(pressAgain());
+        QApplication::setDoubleClickInterval(0);
     }
 
     // Where the stream's address leads decides whether a download starts; the row is there in any case.

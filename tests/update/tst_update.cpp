@@ -174,6 +174,8 @@ void UpdateTest::replyDecidesTheOutcome_data()
     attributes.reserve(1000000);
     for (int i = 0; i < 60000; ++i)
         attributes += " a" + QByteArray::number(i) + "=''";
+    add("offer with 60,000 attributes behind a quoted bracket", "<product name='>'" + attributes + ">News</product>",
+        checking);
     add("offer with 60,000 attributes", "<product name=''" + attributes + ">News</product>", checking);
 
     const auto addStatus = [&](const char *status, const QByteArray &body) {
@@ -529,6 +531,9 @@ void UpdateTest::wildNotesStayText_data()
     QTest::newRow("endless word") << QByteArray(500000, 'a');
     QTest::newRow("giant cell") << QByteArray("<table cellpadding=1000000000><tr><td>x");
     QTest::newRow("giant cell by style") << QByteArray("<table><tr><td style='padding : 999999999px'>x");
+    QTest::newRow("giant cell by a sheet") << QByteArray("<style>td{padding:99999999px}</style><table><tr><td>x");
+    QTest::newRow("giant cell without a table") << QByteArray("<tr><td style='padding:9e9px'>x");
+    QTest::newRow("giant cell behind a quoted bracket") << QByteArray("<table title='>' cellpadding=9e9><tr><td>x");
 }
 
 void UpdateTest::wildNotesStayText()
