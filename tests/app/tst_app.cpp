@@ -8,8 +8,11 @@
 #include "settings/CAppSetting.h"
 #include "support/Driver.h"
 #include "ui/DownloaderWidget.h"
+#include "ui/VideoInfo.h"
+#include "ui/VideoUrlDialog.h"
 #include "update/LiveUpdateDialog.h"
 
+#include <QAccessible>
 #include <QDesktopServices>
 #include <QFile>
 #include <QHoverEvent>
@@ -27,6 +30,7 @@
 #include <QtSingleApplication>
 #include <QWindow>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -561,6 +565,70 @@ private slots:
             QCOMPARE(options.value(QStringLiteral("maximization")).toBool(), true);
             QCOMPARE(options.value(QStringLiteral("lastCheckDate")).toDate(), QDate(2024, 2, 29));
         }
+    }
+
+    void everyControlHasAName_data()
+    {
+        QTest::addColumn<int>("window");
+        QTest::newRow("main window") << 0;
+        QTest::newRow("address dialog") << 1;
+        QTest::newRow("format dialog") << 2;
+        QTest::newRow("message box") << 3;
+        QTest::newRow("about dialog") << 4;
+        QTest::newRow("update dialog") << 5;
+    }
+    // What a screen reader would say of the controls, found by walking the accessibility tree as it does.
+    void everyControlHasAName()
+    {
+        QFETCH(int, window);
+        VideoItem video;
+        video.setTitle(QStringLiteral("A title"));
+        video.setAvailaibleFormats({Meta(22, {}), Meta(18, {})});
+        std::unique_ptr<QWidget> widget;
+        switch (window) {
+        case 0:
+            widget = std::make_unique<SkMainWindow>();
+            named<DownloaderWidget>(widget.get(), "page1")->addTask(video, Meta(22, {}));
+            break;
+        case 1:
+            widget = std::make_unique<VideoUrlDialog>(false, nullptr);
+            break;
+        case 2:
+            widget = std::make_unique<VideoInfo>(video, nullptr);
+            break;
+        case 3:
+            widget = std::make_unique<SkMessageBox>(nullptr, SkMessageBox::DialogType_Question, QStringLiteral("?"));
+            break;
+        case 4:
+            widget = std::make_unique<SkAboutDialog>(nullptr);
+            break;
+        default:
+            widget = std::make_unique<LiveUpdateDialog>(nullptr);
+            break;
+        }
+        widget->show();
+
+        QStringList nameless;
+        int controls = 0;
+        const std::function<void(QAccessibleInterface *)> walk = [&](QAccessibleInterface *element) {
+            if (!element || element->state().invisible)
+                return;
+            static const QVector<QAccessible::Role> roles{QAccessible::Button,       QAccessible::ButtonMenu,
+                                                          QAccessible::EditableText, QAccessible::MenuItem,
+                                                          QAccessible::ProgressBar,  QAccessible::Table,
+                                                          QAccessible::Tree,         QAccessible::ColumnHeader};
+            if (roles.contains(element->role())) {
+                ++controls;
+                if (element->text(QAccessible::Name).isEmpty())
+                    nameless += element->object() ? element->object()->objectName() : QString::number(element->role());
+            }
+            for (int i = 0; i < element->childCount(); ++i)
+                walk(element->child(i));
+        };
+        walk(QAccessible::queryAccessibleInterface(widget.get()));
+        QVERIFY2(nameless.isEmpty(), qPrintable(nameless.join(QStringLiteral(", "))));
+        // Links in labels are the about dialog's only controls.
+        QVERIFY(controls > 0 || window == 4);
     }
 
 private:
