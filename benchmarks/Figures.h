@@ -14,7 +14,7 @@ namespace Figures {
 // Since the machine was started; comparable between processes.
 [[nodiscard]] inline double monotonicSeconds()
 {
-    timespec now {};
+    timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
     return double(now.tv_sec) + double(now.tv_nsec) / 1e9;
 }
@@ -22,7 +22,7 @@ namespace Figures {
 // Of the calling thread so far; what other programs do meanwhile does not count.
 [[nodiscard]] inline double threadMilliseconds()
 {
-    timespec now {};
+    timespec now{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
     return double(now.tv_sec) * 1e3 + double(now.tv_nsec) / 1e6;
 }
@@ -30,7 +30,7 @@ namespace Figures {
 // Of the whole process so far, user and system together.
 [[nodiscard]] inline double processorSeconds()
 {
-    rusage usage {};
+    rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
     const auto seconds = [](const timeval &time) { return double(time.tv_sec) + double(time.tv_usec) / 1e6; };
     return seconds(usage.ru_utime) + seconds(usage.ru_stime);

@@ -40,8 +40,9 @@ QJsonObject playerArguments()
 {
     QList<QPair<int, QString>> streams;
     for (int i = 0; i < formats; ++i) {
-        streams.append({i, QStringLiteral("http://127.0.0.1/stream?id=%1&signature=%2")
-                               .arg(QString::number(i), QString(600, QLatin1Char('f')))});
+        streams.append({i,
+                        QStringLiteral("http://127.0.0.1/stream?id=%1&signature=%2")
+                            .arg(QString::number(i), QString(600, QLatin1Char('f')))});
     }
     return {{QStringLiteral("video_id"), QStringLiteral("video")},
             {QStringLiteral("title"), QStringLiteral("A title")},

@@ -12,7 +12,7 @@ namespace {
 
 double monotonicSeconds()
 {
-    timespec now {};
+    timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
     return double(now.tv_sec) + double(now.tv_nsec) / 1e9;
 }
@@ -37,7 +37,7 @@ int main(int argc, char *argv[])
         return 127;
     }
     int status = 0;
-    rusage usage {};
+    rusage usage{};
     if (wait4(child, &status, 0, &usage) != child)
         return 127;
     std::printf(R"({"started": %.6f, "wall": %.6f, "user": %.6f, "system": %.6f, "peak": %lld})"

@@ -22,7 +22,7 @@ int main(int argc, char *argv[])
     const QStringList files = arguments.contains(QLatin1String("--media"))
         ? Utility::CImportFilter::FindAllSpecifiedFile(arguments.at(1))
         : Utility::CImportFilter::filterFileByPath(arguments.at(1));
-    Figures::print({{QStringLiteral("wall"), double(clock.nsecsElapsed()) / 1e9},
-                    {QStringLiteral("files"), files.size()}});
+    Figures::print(
+        {{QStringLiteral("wall"), double(clock.nsecsElapsed()) / 1e9}, {QStringLiteral("files"), files.size()}});
     return 0;
 }

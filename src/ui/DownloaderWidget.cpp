@@ -14,6 +14,7 @@
 
 #include "ui_DownloaderWidget.h"
 
+#include <QApplication>
 #include <QDebug>
 #include <QDesktopServices>
 #include <QDir>
@@ -168,7 +169,8 @@ void DownloaderWidget::showRowMenu(const QPoint &pos)
 
 void DownloaderWidget::dragEnterEvent(QDragEnterEvent *event)
 {
-    if (draggedAddress(*event->mimeData()).isValid())
+    // A drop may reach a page that an open dialog blocks.
+    if (!QApplication::activeModalWidget() && draggedAddress(*event->mimeData()).isValid())
         event->acceptProposedAction();
 }
 
