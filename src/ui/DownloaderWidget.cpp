@@ -45,6 +45,7 @@ constexpr int filePathRole = Qt::UserRole;
 
 constexpr int longestTitle = 500; // characters
 constexpr int cellPadding = 12; // pixels, on either side
+constexpr int iconSpace = 24; // pixels
 
 QString skinFile(const QString &name)
 {
@@ -116,6 +117,7 @@ void DownloaderWidget::setUpTaskList()
     ui->treeWidget->ensurePolished();
     for (const auto &[column, text] : usual)
         header->resizeSection(column, std::max(header->sectionSizeHint(column), cellWidth(text)));
+    header->setMinimumSectionSize(header->sectionSizeHint(NameColumn));
     ui->treeWidget->viewport()->installEventFilter(this);
 
     m_emptyHint = new QLabel(tr("Press a button above, or drop an address here."), ui->treeWidget->viewport());
@@ -147,7 +149,7 @@ bool DownloaderWidget::eventFilter(QObject *watched, QEvent *event)
         int room = ui->treeWidget->viewport()->width() - cellWidth(QStringLiteral("A name of a video"));
         for (const int column : {IdColumn, DurationColumn, SizeColumn, DownloadedColumn})
             room -= header->sectionSize(column);
-        const int narrowest = std::max(header->sectionSizeHint(ProgressColumn), cellWidth(QStringLiteral("100%")));
+        const int narrowest = std::max(header->sectionSizeHint(ProgressColumn), iconSpace + cellWidth(tr("Finished")));
         const int widest = std::max(narrowest, cellWidth(QStringLiteral("100%  1024.00MB/s  00:00:00")));
         header->resizeSection(ProgressColumn, std::clamp(room, narrowest, widest));
     }
