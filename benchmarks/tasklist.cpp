@@ -1,6 +1,6 @@
 // What a turn of the window costs with that many finished downloads in its list: fourfold-tasklist ROWS...
-// Prints one line for each count: processor milliseconds of adding a row to an empty list and to this one, of a progress
-// update, and of scrolling a page.
+// Prints one line for each count: processor milliseconds of adding a row to an empty list and to this one, of a
+// progress update, and of scrolling a page.
 
 #include "Figures.h"
 

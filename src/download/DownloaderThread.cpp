@@ -15,6 +15,7 @@ namespace {
 
 // Without a limit a reply takes in whatever the network brings, up to the whole stream.
 constexpr qint64 readBufferSize = 256 * 1024;
+constexpr qint64 bytesPerTurn = 64 * 1024;
 constexpr int maximumFruitlessRequests = 3;
 
 } // namespace
@@ -72,7 +73,21 @@ void DownloaderThread::sendRequest()
 void DownloaderThread::dataReceived()
 {
     qDebug() << "Data read :" << m_reply->bytesAvailable();
-    storeAvailable();
+    // Arrivals are posted events, of which one turn of the event loop takes as many as come; a slow disk must not keep
+    // everything else waiting for them.
+    if (!m_storing.isActive())
+        m_storing.start(0, this);
+}
+
+void DownloaderThread::timerEvent(QTimerEvent * /*event*/)
+{
+    if (!m_reply) {
+        m_storing.stop();
+        return;
+    }
+    storeAvailable(bytesPerTurn);
+    if (isWhole() || m_answer == Answer::Refused || m_reply->bytesAvailable() == 0)
+        m_storing.stop();
     // Next turn: mostly the reply has finished of itself by then and need not be aborted.
     if (isWhole() || m_answer == Answer::Refused)
         QMetaObject::invokeMethod(this, &DownloaderThread::end, Qt::QueuedConnection);
@@ -85,7 +100,7 @@ void DownloaderThread::downloadProgress(qint64 /*bytesReceived*/, qint64 /*bytes
 
 void DownloaderThread::finished()
 {
-    storeAvailable();
+    storeAvailable(std::numeric_limits<qint64>::max());
     const bool isCutOff = m_reply->error() != QNetworkReply::NoError;
     // An open-ended range of a stream of unknown length is whole when its answer ended well.
     if (endPos == toEnd && !isCutOff && m_answer == Answer::Accepted && !m_streamLength)
@@ -118,14 +133,15 @@ QString DownloaderThread::requestFailure() const
     }
 }
 
-void DownloaderThread::storeAvailable()
+void DownloaderThread::storeAvailable(qint64 atMost)
 {
     if (m_answer == Answer::Awaited)
         judgeAnswer();
 
     std::array<char, 64 * 1024> buffer;
-    while (m_answer == Answer::Accepted && !isWhole() && m_reply->bytesAvailable() > 0) {
+    while (m_answer == Answer::Accepted && !isWhole() && m_reply->bytesAvailable() > 0 && atMost > 0) {
         const qint64 count = m_reply->read(buffer.data(), buffer.size());
+        atMost -= count;
         const qint64 skipped = std::min(count, m_bytesToSkip);
         m_bytesToSkip -= skipped;
         if (!write(buffer.data() + skipped, std::min(count - skipped, missing())))
@@ -212,6 +228,7 @@ qint64 DownloaderThread::missing() const
 
 void DownloaderThread::releaseReply()
 {
+    m_storing.stop();
     if (!m_reply)
         return;
     m_reply->disconnect(this);

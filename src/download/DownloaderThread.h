@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QBasicTimer>
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -53,13 +54,16 @@ signals:
     // Once, last, with the file closed; the worker may be deleted in the slot.
     void downloadCompleted();
 
+protected:
+    void timerEvent(QTimerEvent *event) override;
+
 private:
     enum class Answer { Awaited, Accepted, Refused };
 
     void sendRequest();
     [[nodiscard]] QString requestFailure() const;
     void judgeAnswer();
-    void storeAvailable();
+    void storeAvailable(qint64 atMost);
     bool write(const char *bytes, qint64 count);
     void releaseReply();
     void reportProgress();
@@ -84,5 +88,6 @@ private:
     int m_fruitlessRequests = 0; // in a row
     qint64 m_positionAtRequest = 0;
     QString m_failure;
+    QBasicTimer m_storing; // while received bytes wait to be written
     bool m_hasEnded = false;
 };

@@ -109,6 +109,8 @@ void DownloaderWidget::setUpTaskList()
     header->setDefaultAlignment(Qt::AlignCenter);
     header->setStretchLastSection(false);
     header->setSectionResizeMode(NameColumn, QHeaderView::Stretch);
+    // Without it, every new row has the heights of all others asked for again.
+    ui->treeWidget->setUniformRowHeights(true);
     // Wide enough for the header's text and for the longest content that is usual.
     const QVector<QPair<int, QString>> usual{{IdColumn, QStringLiteral("000")},
                                              {DurationColumn, QStringLiteral("00:00:00")},
