@@ -137,7 +137,7 @@ class Lab:
         """nginx in a network of its own, a round trip of 50 ms away: how that is done, the addresses, and the prefix
         of commands that are to run there; nothing where the machine does not allow it."""
         new_network = ["unshare", "--net"] if os.geteuid() == 0 else ["unshare", "--map-root-user", "--net"]
-        server = self.start([*new_network, sys.executable, HERE / "far.py", self.memory, self.data],
+        server = self.start([*new_network, sys.executable, "-B", HERE / "far.py", self.memory, self.data],
                             stdin=subprocess.PIPE, stdout=subprocess.PIPE)
         ready = first_line(server.stdout, 10)
         if not ready:
