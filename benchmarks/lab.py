@@ -90,10 +90,12 @@ class Lab:
                                    stderr=self._errors, env=environment, start_new_session=True)
         try:
             output, _ = process.communicate(timeout=timeout)
-        except BaseException:
+        except BaseException as reason:
             # The measured program, not only the one that measures it.
             os.killpg(process.pid, signal.SIGKILL)
             process.wait()
+            if isinstance(reason, subprocess.TimeoutExpired):
+                raise Failure(f"no end in {timeout} seconds: {' '.join(map(str, command))}") from reason
             raise
         if process.returncode != 0:
             raise Failure(f"exit code {process.returncode}: {' '.join(map(str, command))}")
@@ -195,6 +197,7 @@ http {{
     sendfile on;
     tcp_nopush on;
     keepalive_requests 100000;
+    send_timeout 300s;
     {temporary}
     server {{ listen {host}:{kept_alive_port}; root {data}; }}
     server {{ listen {host}:{closing_port}; root {data}; keepalive_timeout 0; }}

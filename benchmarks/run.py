@@ -309,7 +309,7 @@ def slow_disk(session):
     if os.geteuid() != 0:
         session.leave_out("A slow disk", "it takes root to mount one")
         return
-    sizes = [8 * MB, 32 * MB]
+    sizes = [4 * MB, 16 * MB]
     image = session.lab.disk / "image"
     folder = session.lab.disk / "mounted"
     folder.mkdir()
@@ -498,6 +498,7 @@ def main():
     # So that what was started is ended.
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
 
+    failed = False
     began = time.monotonic()
     description = machine(options.programs)
     print(f"{description}\n")
@@ -509,7 +510,12 @@ def main():
             if name not in options.only if options.only else options.quick and not is_quick:
                 continue
             shown = len(session.tables)
-            section(session)
+            try:
+                section(session)
+            except lab.Failure as failure:
+                # One section less is no reason to lose the others, but the run has failed.
+                print(f"{name}: {failure}", file=sys.stderr)
+                failed = True
             for table in session.tables[shown:]:
                 print(table.text(), flush=True)
             laboratory.forget_streams()
@@ -519,7 +525,7 @@ def main():
     print(f"{time.monotonic() - began:.0f} seconds")
     if not options.quick and not options.only:
         write_page(session, description, time.monotonic() - began)
-    return 0 if not options.quick or all(holds for _, _, holds, _ in judged) else 1
+    return 1 if failed or options.quick and not all(holds for _, _, holds, _ in judged) else 0
 
 
 if __name__ == "__main__":
