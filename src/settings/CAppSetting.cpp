@@ -1,5 +1,7 @@
 #include "settings/CAppSetting.h"
 
+#include "settings/FormatFilter.h"
+
 #include <QCoreApplication>
 #include <QDebug>
 #include <QDir>
@@ -17,6 +19,7 @@
 namespace {
 
 constexpr int readChunk = 10240; // bytes
+constexpr int defaultAutoUpdate = 2; // weekly
 
 // Taken once, so that every folder of a run stands below the same home.
 const QString &homeBase()
@@ -81,7 +84,8 @@ CAppSetting::CAppSetting()
 
 CAppSetting::~CAppSetting()
 {
-    saveOptions();
+    if (!m_areOptionsSaved)
+        saveOptions();
 }
 
 QString CAppSetting::code(char *fileName)
@@ -94,7 +98,7 @@ QString CAppSetting::code(char *fileName)
     const std::unique_ptr<QTextDecoder> decoder(QTextCodec::codecForName("UTF-8")->makeDecoder());
     QString text;
     for (QByteArray chunk = file.read(readChunk); !chunk.isEmpty(); chunk = file.read(readChunk))
-        text += decoder->toUnicode(chunk.constData(), static_cast<int>(qstrnlen(chunk.constData(), chunk.size())));
+        text += decoder->toUnicode(QByteArray(chunk.constData()));
     qDebug() << text;
     return text;
 }
@@ -122,37 +126,48 @@ void CAppSetting::parseProductInformation(const QString &text)
     }
 }
 
+// Every option once: its key in the file, its field, and what it is where the file has none.
+template <class Visit> void CAppSetting::visitOptions(Visit visit)
+{
+    visit("windowPoint", windowPoint, QPoint());
+    visit("windowSize", windowSize, QSize(874, 585));
+    visit("maximization", maximization, false);
+    visit("auto_update", auto_update, defaultAutoUpdate);
+    visit("lastCheckDate", lastCheckDate, QDate::currentDate());
+    visit("outputPath", outputPath, defaultOutputPath());
+    visit("downloadiCloudPath", downloadiCloudPath, QString());
+    visit("backupFilePath", backupFilePath, QString());
+}
+
 void CAppSetting::loadOptions()
 {
     const std::unique_ptr<QSettings> options(openOptions(appHome));
-    const auto movies = QStandardPaths::writableLocation(QStandardPaths::MoviesLocation);
-
-    windowPoint = options->value(QStringLiteral("windowPoint")).toPoint();
-    windowSize = options->value(QStringLiteral("windowSize"), QSize(874, 585)).toSize();
-    maximization = options->value(QStringLiteral("maximization"), false).toBool();
-    auto_update = options->value(QStringLiteral("auto_update"), 2).toInt();
-    lastCheckDate = options->value(QStringLiteral("lastCheckDate"), QDate::currentDate()).toDate();
-    outputPath =
-        options
-            ->value(QStringLiteral("outputPath"), QString(movies + QLatin1Char('/') + companyName + QLatin1Char('/')))
-            .toString();
-    downloadiCloudPath = options->value(QStringLiteral("downloadiCloudPath"), QString()).toString();
-    backupFilePath = options->value(QStringLiteral("backupFilePath"), QString()).toString();
+    visitOptions([&options](const char *key, auto &field, const auto &byDefault) {
+        field = options->value(QLatin1String(key), byDefault).template value<std::decay_t<decltype(field)>>();
+    });
     if (backupFilePath.isEmpty())
         backupFilePath = documentsFolder();
 }
 
-void CAppSetting::saveOptions() const
+void CAppSetting::saveOptions()
 {
+    m_areOptionsSaved = true;
     const std::unique_ptr<QSettings> options(openOptions(appHome));
-    options->setValue(QStringLiteral("windowPoint"), windowPoint);
-    options->setValue(QStringLiteral("windowSize"), windowSize);
-    options->setValue(QStringLiteral("maximization"), maximization);
-    options->setValue(QStringLiteral("auto_update"), auto_update);
-    options->setValue(QStringLiteral("lastCheckDate"), lastCheckDate);
-    options->setValue(QStringLiteral("outputPath"), outputPath);
-    options->setValue(QStringLiteral("downloadiCloudPath"), downloadiCloudPath);
-    options->setValue(QStringLiteral("backupFilePath"), backupFilePath);
+    visitOptions([&options](const char *key, const auto &field, const auto & /*byDefault*/) {
+        options->setValue(QLatin1String(key), field);
+    });
+}
+
+QString CAppSetting::defaultOutputPath() const
+{
+    const QString movies = QStandardPaths::writableLocation(QStandardPaths::MoviesLocation);
+    return movies + QLatin1Char('/') + companyName + QLatin1Char('/');
+}
+
+void CAppSetting::makeDefaultOutputFolder() const
+{
+    if (outputPath == defaultOutputPath())
+        QDir().mkpath(outputPath);
 }
 
 QString CAppSetting::getAppHome()
@@ -202,45 +217,12 @@ QString CAppSetting::getSkinPath(bool fromDisk) const
 
 QString CAppSetting::getFormatFilter()
 {
-    // The runs of blanks are part of the stored text; they only separate patterns.
-    return QStringLiteral(
-        "All Files (*.*);;"
-        "         Supported Video Files (*.wtv *.ogv *.mxf  *.vro *.webm *.divx *.avi *.mp4 *.vob *.mpg "
-        "*.mpeg *.3gp *.3g2 *.wmv *.asf *.dvr-ms         *.rm *.rmvb *.dat *.mov *.flv *.mkv *.dv *.nut "
-        "*.h.264 *.nsv *.m4v *.f4v *.tod *.mts *.m2ts *.m2t *.ts *.tp *.trp *.mod *.evo);;"
-        "         Supported Audio Files (*.mp3 *.m4a *.mp2 *.mpa *.wma *.aac *.ac3 *.ogg *.aiff *.ra "
-        "*.ram *.dts *.m4r *.mka *.flac *.au *.wav);;"
-        "High-definition Files (*.ts *.mts *.m2ts *.tp *.trp);;"
-        "AVI Audio Files (*.avi);;"
-        "         MPEG4 Files (*.mp4);;"
-        "MPEG Files (*.mpg *.mpeg);;"
-        "Apple Video files (*.m4v);;"
-        "Apple Music files(*.m4a *.m4b *.m4p *.m4r);;"
-        "         Windows Media Video (*.wmv *.asf);;"
-        "Real Media Files (*.rm *.rmvb);;"
-        "         Video CD Files (*.dat);;"
-        "Quick Time Files (*.mov);;"
-        "Flash Video Files (*.flv *.f4v);;"
-        "         MKV Files (*.mkv);;"
-        " MTS(*.mts *.m2ts *.m2t *.ts *.tp *.trp);;"
-        "         Digital Video Files (*.dv);;"
-        "TiVo Files (*.tivo);;"
-        "         NUT Files (*.nut);;"
-        "Raw h.264 Video Files (*.h.264);;"
-        "         Nullsoft Stream Video (*.nsv);;"
-        "         MPEG Audio Files (*.mp3 *.m4a *.mp2 *.mpa);;"
-        "         Windows Media Audio File (*.wma);;"
-        "         Advanced Audio Coding File (*.aac);;"
-        "         Audio Code 3 File (*.ac3);;"
-        "         Matroska Audio File (*.ogg);;"
-        "         Audio Interleave File Formats (*.aiff);;"
-        "         Real Audio Files (*.ra *.ram);;"
-        "TOD files (*.tod)");
+    return Utility::mediaFormatFilter();
 }
 
 void CAppSetting::setDefaultForOption()
 {
-    auto_update = 2;
+    auto_update = defaultAutoUpdate;
 }
 
 int CAppSetting::length(FILE *stream)

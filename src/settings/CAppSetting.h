@@ -11,7 +11,7 @@
 // the per-user application folder). Made by the first call of instance(), after the application object; GUI thread
 // only. The options are written at normal process exit and at no other time. Nothing here reports failure: what cannot
 // be read keeps its default.
-class CAppSetting final
+class CAppSetting
 {
     Q_DISABLE_COPY_MOVE(CAppSetting)
 
@@ -20,13 +20,13 @@ public:
 
     // The whole file as UTF-8 text, also written to the debug output; empty when the file cannot be read. The name is
     // UTF-8.
-    [[nodiscard]] QString code(char *fileName);
+    QString code(char *fileName);
     // Takes the product's identity from the text of a "settings.dat"; what it lacks stays as it is.
     void parseProductInformation(const QString &text);
     // The per-user application folder, ending in "/"; made when missing, the documents folder where that fails.
-    [[nodiscard]] QString getAppHome();
+    QString getAppHome();
     // The product's documents folder, ending in "/"; made when missing.
-    [[nodiscard]] QString getHomePath();
+    QString getHomePath();
     [[nodiscard]] QString getLogFilePath();
     [[nodiscard]] QString getAppLogFilePath();
     // Prefix of every skin file: the compiled-in resource root, or the skin folder beside the executable.
@@ -34,6 +34,10 @@ public:
     // Media file filter in the form that QFileDialog takes.
     [[nodiscard]] QString getFormatFilter();
     void setDefaultForOption();
+    // Without a call it happens when the process exits.
+    void saveOptions();
+    // A new person's first download needs its folder; one that the person has chosen is not made behind their back.
+    void makeDefaultOutputFolder() const;
     // Size in bytes of an open stream, whose position is kept.
     [[nodiscard]] int length(FILE *stream);
     [[nodiscard]] QString getFullProductName();
@@ -71,5 +75,8 @@ private:
     ~CAppSetting();
 
     void loadOptions();
-    void saveOptions() const;
+    template <class Visit> void visitOptions(Visit visit);
+    [[nodiscard]] QString defaultOutputPath() const;
+
+    bool m_areOptionsSaved = false;
 };

@@ -8,4 +8,9 @@ namespace Utility {
 // them becomes empty.
 [[nodiscard]] QString ReplaceBadCharOfFileName(const QString &name);
 
+// The name as it is, where file systems take its length (255 bytes); a longer one loses whole characters before its
+// extension.
+// Zero characters, which no file system takes, are left out.
+[[nodiscard]] QString fittingFileName(const QString &wanted);
+
 } // namespace Utility
