@@ -15,7 +15,7 @@ struct Format
     QLatin1String resolution;
 };
 
-const Format formats[] = {
+const Format knownFormats[] = {
     {5, QLatin1String("flv"), QLatin1String("400X240")},  {17, QLatin1String("3gp"), QLatin1String("320X240")},
     {18, QLatin1String("mp4"), QLatin1String("640X360")}, {22, QLatin1String("mp4"), QLatin1String("1280X720")},
     {36, QLatin1String("3gp"), QLatin1String("320X240")}, {43, QLatin1String("webm"), QLatin1String("640X360")},
@@ -41,7 +41,7 @@ Meta::Meta(int itag, const QString &url)
     , m_url(url)
     , m_extension(QStringLiteral("mp4"))
 {
-    for (const Format &format : formats) {
+    for (const Format &format : knownFormats) {
         if (format.itag == itag) {
             m_extension = format.extension;
             m_resolution = format.resolution;

@@ -3,7 +3,7 @@
 #include <QString>
 
 // One downloadable stream format of a video; a plain value.
-class Meta final
+class Meta
 {
 public:
     Meta() = default;

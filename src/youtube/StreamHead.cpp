@@ -1,24 +1,12 @@
 #include "youtube/StreamHead.h"
 
+#include "youtube/ContentLength.h"
 #include "youtube/NetworkManager.h"
 
 #include <QNetworkReply>
 #include <QUrl>
 
 #include <memory>
-
-namespace {
-
-std::optional<qint64> contentLength(const QNetworkReply &reply)
-{
-    bool isNumber = false;
-    const qint64 length = reply.rawHeader("Content-Length").trimmed().toLongLong(&isNumber);
-    if (!isNumber || length < 0)
-        return std::nullopt;
-    return length;
-}
-
-} // namespace
 
 StreamHead StreamHead::ask(QString &address, const QVector<int> &redirectStatuses)
 {

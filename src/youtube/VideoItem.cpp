@@ -18,7 +18,9 @@ Meta parseStreamEntry(const QString &entry)
         const QStringList parts = pair.split(QLatin1Char('='));
         if (parts.size() < 2)
             continue;
-        const QString value = QString::fromUtf8(QByteArray::fromPercentEncoding(parts.at(1).toUtf8()));
+        const QByteArray bytes = QByteArray::fromPercentEncoding(parts.at(1).toUtf8());
+        // With its size, since a zero byte is a byte like any other.
+        const QString value = QString::fromUtf8(bytes.constData(), bytes.size());
         qDebug().noquote() << parts.first() + QStringLiteral(" - ") + value;
         values.insert(parts.first(), value);
     }

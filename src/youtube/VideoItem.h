@@ -9,7 +9,7 @@
 class QJsonObject;
 
 // One analysed video with its stream formats; a plain value.
-class VideoItem final
+class VideoItem
 {
 public:
     VideoItem() = default;

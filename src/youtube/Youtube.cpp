@@ -3,6 +3,7 @@
 #include "youtube/NetworkManager.h"
 #include "youtube/PlayerConfig.h"
 #include "youtube/PlaylistRows.h"
+#include "youtube/Site.h"
 
 #include <QDebug>
 #include <QNetworkReply>
@@ -13,20 +14,15 @@
 
 namespace {
 
-// The demo site and the tests stand in for the site through the environment.
-QString siteAddress()
-{
-    const QString replacement = qEnvironmentVariable("FOURFOLD_SITE");
-    return replacement.isEmpty() ? QStringLiteral("https://www.youtube.com") : replacement;
-}
-
 struct Page
 {
     QString error; // empty when the page came
     QByteArray body;
 };
 
-Page fetchPage(QUrl &url)
+enum class Headers { Written, Left };
+
+Page fetchPage(QUrl &url, Headers headers)
 {
     const std::unique_ptr<QNetworkReply> reply(NetworkManager::getInstance()->getWebPage(url));
     if (reply->error() != QNetworkReply::NoError) {
@@ -34,7 +30,8 @@ Page fetchPage(QUrl &url)
         qDebug() << error;
         return {error, {}};
     }
-    qDebug() << reply->rawHeaderPairs();
+    if (headers == Headers::Written)
+        qDebug() << reply->rawHeaderPairs();
     return {{}, reply->readAll()};
 }
 
@@ -42,14 +39,9 @@ Page fetchPage(QUrl &url)
 
 Youtube::Youtube() = default;
 
-std::optional<VideoItem> Youtube::analyseWatchPage(QUrl &url, QString &error)
+std::optional<VideoItem> Youtube::analyseWatchPage(const QByteArray &body, QString &error)
 {
-    const Page page = fetchPage(url);
-    error = page.error;
-    if (!error.isEmpty())
-        return std::nullopt;
-
-    std::optional<QJsonObject> config = PlayerConfig::fromPage(page.body);
+    std::optional<QJsonObject> config = PlayerConfig::fromPage(body);
     if (!config) {
         emit videoDataNotFound();
         return std::nullopt;
@@ -65,15 +57,18 @@ std::optional<VideoItem> Youtube::analyseWatchPage(QUrl &url, QString &error)
 
 QString Youtube::downloadVideo(QUrl &url)
 {
-    QString error;
-    if (const std::optional<VideoItem> item = analyseWatchPage(url, error))
+    const Page page = fetchPage(url, Headers::Written);
+    QString error = page.error;
+    if (!error.isEmpty())
+        return error;
+    if (const std::optional<VideoItem> item = analyseWatchPage(page.body, error))
         emit videoDataDownloaded(*item);
     return error;
 }
 
 QString Youtube::downloadPlaylist(QUrl &url)
 {
-    const Page page = fetchPage(url);
+    const Page page = fetchPage(url, Headers::Written);
     if (!page.error.isEmpty())
         return page.error;
 
@@ -86,9 +81,12 @@ QString Youtube::downloadPlaylist(QUrl &url)
     QVector<VideoItem> items;
     for (const QString &id : ids) {
         qDebug() << "Fetching info for video " << id;
-        QUrl watchUrl(siteAddress() + QStringLiteral("/watch?v=") + id);
+        QUrl watchUrl(Site::address() + QStringLiteral("/watch?v=") + id);
+        const Page watchPage = fetchPage(watchUrl, Headers::Left);
+        if (!watchPage.error.isEmpty())
+            return watchPage.error;
         QString error;
-        const std::optional<VideoItem> item = analyseWatchPage(watchUrl, error);
+        const std::optional<VideoItem> item = analyseWatchPage(watchPage.body, error);
         if (!item)
             return error;
         items.append(*item);

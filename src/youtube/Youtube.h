@@ -8,13 +8,14 @@
 
 #include <optional>
 
+class QByteArray;
 class QUrl;
 
 // Analyses pages of the video site. Keeps nothing between calls. Both operations block in nested event loops on the GUI
 // thread and emit at most one signal, before they return; connect directly. A returned text says why a page could not
 // be fetched, and then nothing was emitted; it is empty otherwise. When the application quits meanwhile, a text comes
 // back.
-class Youtube final : public QObject
+class Youtube : public QObject
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(Youtube)
@@ -23,10 +24,10 @@ public:
     Youtube();
 
     // Analyses the watch page at the address, which is fetched as it stands; redirects are not followed.
-    [[nodiscard]] QString downloadVideo(QUrl &url);
+    QString downloadVideo(QUrl &url);
     // Analyses every video of the playlist page, or of the watch page that plays a playlist, in page order; all or
     // nothing.
-    [[nodiscard]] QString downloadPlaylist(QUrl &url);
+    QString downloadPlaylist(QUrl &url);
 
 signals:
     void videoDataDownloaded(VideoItem item);
@@ -35,7 +36,7 @@ signals:
     void videoDataNotFound();
 
 private:
-    // Nothing when the page could not be fetched, which the error tells, or held no configuration, which the signal
-    // does.
-    std::optional<VideoItem> analyseWatchPage(QUrl &url, QString &error);
+    // Nothing when the page held no configuration, which the signal tells, or when the application quits, which the
+    // error does.
+    std::optional<VideoItem> analyseWatchPage(const QByteArray &body, QString &error);
 };
