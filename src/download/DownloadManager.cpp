@@ -1,33 +1,27 @@
 #include "download/DownloadManager.h"
 
 #include "download/DownloaderThread.h"
+#include "http/SpareDescriptors.h"
+#include "youtube/NetworkManager.h"
 
 #include <QDebug>
 #include <QFile>
-#include <QFileInfo>
 #include <QLoggingCategory>
 #include <QMutexLocker>
 #include <QNetworkAccessManager>
 
-#include <array>
+#include <algorithm>
 
 namespace {
 
 Q_LOGGING_CATEGORY(lcDownload, "fourfold.download", QtWarningMsg)
 
-constexpr int inactivityLimit = 60000; // milliseconds
+// A file handle and a connection for each range, and what the network's thread waits on.
+constexpr int neededDescriptors = 4 + 4 + 2;
 
-// Why the file cannot be opened as often as a download needs descriptors; empty when it can. The network's new thread
-// would end the whole process where it finds none left.
-QString obstacleTo(const QString &filePath)
+QString changedByOthers()
 {
-    std::array<QFile, 16> trials;
-    for (QFile &trial : trials) {
-        trial.setFileName(filePath);
-        if (!trial.open(QIODevice::ReadOnly))
-            return trial.errorString();
-    }
-    return {};
+    return DownloadManager::tr("Another program has changed the file");
 }
 
 } // namespace
@@ -38,11 +32,15 @@ DownloadManager::DownloadManager(const Meta &meta_, const QString &filePath_, QO
     , filePath(filePath_)
     , accessManager(new QNetworkAccessManager(parent))
     , tag(tag_)
+    , m_length(std::make_shared<RangeAnswer::Known>())
 {
-    accessManager->setTransferTimeout(inactivityLimit);
+    accessManager->setTransferTimeout(NetworkManager::inactivityLimit);
+    if (totalSize > 0)
+        m_length->probed = totalSize;
     QFile file(filePath);
     if (!file.open(QIODevice::WriteOnly) || !file.resize(totalSize))
         qCWarning(lcDownload) << "cannot make" << filePath << "-" << file.errorString();
+    m_file = FileIdentity::of(filePath);
 }
 
 DownloadManager::~DownloadManager()
@@ -56,7 +54,7 @@ void DownloadManager::download()
 {
     if (threadCount < 1)
         return;
-    const QString obstacle = obstacleTo(filePath);
+    const QString obstacle = descriptorShortage(neededDescriptors);
     const int chunk = meta.getSize() / threadCount;
     for (int i = 0; i < threadCount; ++i) {
         const bool isLast = i == threadCount - 1;
@@ -64,8 +62,7 @@ void DownloadManager::download()
         const int stop = isLast ? meta.getSize() : start + chunk;
         const int lastByte = isLast && meta.getSize() == 0 ? DownloaderThread::toEnd : stop - 1;
         auto *worker = new DownloaderThread(meta.getUrl(), filePath, start, lastByte, accessManager, this);
-        if (totalSize > 0)
-            worker->setStreamLength(totalSize);
+        worker->shareLength(m_length);
         if (!obstacle.isEmpty())
             worker->refuse(obstacle);
         connect(worker, &DownloaderThread::progress, this, &DownloadManager::threadProgress);
@@ -81,6 +78,7 @@ void DownloadManager::threadProgress(qint64 delta)
         const QMutexLocker locker(&mutex);
         receivedSize += delta;
     }
+    checkLength();
     emit progress(receivedSize, totalSize, tag);
 }
 
@@ -93,25 +91,46 @@ void DownloadManager::threadFinished()
     if (auto *worker = qobject_cast<DownloaderThread *>(sender())) {
         if (m_failure.isEmpty())
             m_failure = worker->failure();
+        checkLength();
         // Its file handle must be gone before the download is called complete.
         delete worker;
     }
     if (finishedCount == threadCount) {
-        qint64 missingSize = totalSize - receivedSize;
-        // Open files outlive their names, so the workers have not noticed.
-        if (m_failure.isEmpty() && !QFileInfo::exists(filePath)) {
-            m_failure = tr("The file was moved or removed");
-            missingSize = totalSize;
-        }
+        if (m_failure.isEmpty())
+            m_failure = lateFailure();
         if (!m_failure.isEmpty())
-            warnOfMissing(missingSize);
+            warnOfMissing();
         emit downloadCompleted(tag);
     }
 }
 
-void DownloadManager::warnOfMissing(qint64 bytes) const
+// Looked at while it runs: the last range would stretch a file that was cut to its full length again.
+void DownloadManager::checkLength()
 {
-    const QString missing = totalSize > 0 ? QString::number(bytes) : QStringLiteral("an unknown number of");
+    const std::optional<FileIdentity> file = FileIdentity::of(filePath);
+    const bool wasMade = m_file && m_file->length == totalSize;
+    if (m_failure.isEmpty() && totalSize > 0 && wasMade && file && file->length != totalSize)
+        m_failure = changedByOthers();
+}
+
+QString DownloadManager::lateFailure() const
+{
+    if (m_length->probed && m_length->told && *m_length->told != *m_length->probed)
+        return tr("The stream on the server has another length than before");
+    // Open files outlive their names, so the workers have not noticed what befell theirs.
+    const std::optional<FileIdentity> file = FileIdentity::of(filePath);
+    if (!file)
+        return tr("The file was moved or removed");
+    if (!m_file || !file->isSameFile(*m_file) || file->length != (totalSize > 0 ? totalSize : receivedSize))
+        return changedByOthers();
+    return {};
+}
+
+void DownloadManager::warnOfMissing() const
+{
+    const std::optional<qint64> length = m_length->told ? m_length->told : m_length->probed;
+    const QString missing =
+        length ? QString::number(std::max<qint64>(0, *length - receivedSize)) : QStringLiteral("an unknown number of");
     qCWarning(lcDownload).noquote()
         << QStringLiteral("%1 ended short: %2 bytes are missing: %3").arg(filePath, missing, m_failure);
 }

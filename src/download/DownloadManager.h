@@ -1,5 +1,7 @@
 #pragma once
 
+#include "download/FileIdentity.h"
+#include "download/RangeAnswer.h"
 #include "youtube/Meta.h"
 
 #include <QMutex>
@@ -7,11 +9,14 @@
 #include <QPointer>
 #include <QString>
 
+#include <memory>
+#include <optional>
+
 class QNetworkAccessManager;
 
 // Downloads one stream format into one file as four byte ranges at once. One manager serves one download on the thread
 // that made it; the receiver of downloadCompleted() deletes it, and with it goes everything that the download used.
-class DownloadManager final : public QObject
+class DownloadManager : public QObject
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(DownloadManager)
@@ -39,7 +44,10 @@ private slots:
     void threadFinished();
 
 private:
-    void warnOfMissing(qint64 bytes) const;
+    void checkLength();
+    // Why a file that every range has been written into is not the stream all the same; empty when it is.
+    [[nodiscard]] QString lateFailure() const;
+    void warnOfMissing() const;
 
     qint32 finishedCount = 0;
     const qint32 threadCount = 4;
@@ -50,5 +58,7 @@ private:
     QPointer<QNetworkAccessManager> accessManager;
     QMutex mutex;
     void *const tag;
+    const std::shared_ptr<RangeAnswer::Known> m_length; // of the stream; shared with the workers
+    std::optional<FileIdentity> m_file; // as it was made
     QString m_failure;
 };

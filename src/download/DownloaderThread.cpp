@@ -1,34 +1,46 @@
 #include "download/DownloaderThread.h"
 
-#include "download/ContentRange.h"
+#include "download/AnswerHead.h"
+#include "download/RangeFile.h"
+#include "http/ContentDecoder.h"
 
+#include <QDeadlineTimer>
 #include <QDebug>
-#include <QFile>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <QTimerEvent>
 
 #include <algorithm>
 #include <array>
 
 namespace {
 
-// Without a limit a reply takes in whatever the network brings, up to the whole stream.
-constexpr qint64 readBufferSize = 256 * 1024;
+// Without a limit a reply takes in whatever comes. Over https, Qt decrypts into a buffer of its own of 64 KiB: with the
+// same limit here, that many bytes come at once and not one small piece after another.
+constexpr qint64 readBufferSize = 256 * 1024; // bytes
+constexpr qint64 secureReadBufferSize = 64 * 1024; // bytes
 constexpr qint64 bytesPerTurn = 64 * 1024;
+constexpr int reportInterval = 100; // milliseconds
 constexpr int maximumFruitlessRequests = 3;
+
+// The beats of all ranges of all downloads fall together: whoever shows them paints once for all.
+int untilNextBeat()
+{
+    return reportInterval - static_cast<int>(QDeadlineTimer::current().deadline() % reportInterval);
+}
 
 } // namespace
 
-DownloaderThread::DownloaderThread(const QString &url_, const QString &filePath_, int startPos_, int endPos_,
+DownloaderThread::DownloaderThread(const QString &url_, const QString &filePath, int startPos_, int endPos_,
                                    QNetworkAccessManager *accessManager_, QObject *parent)
     : QObject(parent)
     , url(url_)
-    , filePath(filePath_)
     , startPos(startPos_)
     , endPos(endPos_)
+    , file(std::make_unique<RangeFile>(filePath, startPos_))
     , accessManager(accessManager_)
-    , m_position(startPos_)
+    , m_length(std::make_shared<RangeAnswer::Known>())
 {
 }
 
@@ -40,12 +52,8 @@ DownloaderThread::~DownloaderThread()
 void DownloaderThread::run()
 {
     qDebug() << "Thread started";
-    file = std::make_unique<QFile>(filePath);
-    // Write-only alone would empty the file; unbuffered, a full disk shows in the write that meets it.
-    if (m_failure.isEmpty()
-        && (!file->open(QIODevice::ReadWrite | QIODevice::ExistingOnly | QIODevice::Unbuffered)
-            || !file->seek(startPos)))
-        m_failure = file->errorString();
+    if (m_failure.isEmpty() && !file->open())
+        m_failure = file->error();
     if (!m_failure.isEmpty() || isWhole()) {
         QMetaObject::invokeMethod(this, &DownloaderThread::end, Qt::QueuedConnection);
         return;
@@ -57,21 +65,27 @@ void DownloaderThread::sendRequest()
 {
     QNetworkRequest request{QUrl(url)};
     const QString last = endPos == toEnd ? QString() : QString::number(endPos);
-    request.setRawHeader("Range", QStringLiteral("bytes=%1-%2").arg(QString::number(m_position), last).toLatin1());
+    request.setRawHeader("Range",
+                         QStringLiteral("bytes=%1-%2").arg(QString::number(file->position()), last).toLatin1());
     qDebug() << request.rawHeaderList();
+    // Otherwise Qt says the same by itself and unpacks whatever comes, before anybody could refuse it.
+    request.setRawHeader("Accept-Encoding", ContentDecoder::acceptEncoding);
 
     m_answer = Answer::Awaited;
-    m_positionAtRequest = m_position;
+    m_positionAtRequest = file->position();
     m_reply = accessManager->get(request);
     qDebug() << m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    m_reply->setReadBufferSize(readBufferSize);
+    const bool isSecure = m_reply->url().scheme() == QLatin1String("https");
+    m_reply->setReadBufferSize(isSecure ? secureReadBufferSize : readBufferSize);
     connect(m_reply, &QNetworkReply::readyRead, this, &DownloaderThread::dataReceived);
     connect(m_reply, &QNetworkReply::finished, this, &DownloaderThread::finished);
-    connect(m_reply, &QNetworkReply::downloadProgress, this, &DownloaderThread::downloadProgress);
+    // The reply's own report counts bytes that stay out of the file, and keeps the last ones before a stall to itself.
 }
 
 void DownloaderThread::dataReceived()
 {
+    if (!m_reply)
+        return;
     qDebug() << "Data read :" << m_reply->bytesAvailable();
     // Arrivals are posted events, of which one turn of the event loop takes as many as come; a slow disk must not keep
     // everything else waiting for them.
@@ -79,38 +93,53 @@ void DownloaderThread::dataReceived()
         m_storing.start(0, this);
 }
 
-void DownloaderThread::timerEvent(QTimerEvent * /*event*/)
+void DownloaderThread::timerEvent(QTimerEvent *event)
+{
+    if (event->timerId() == m_storing.timerId())
+        storeTurn();
+    else
+        reportProgress();
+}
+
+void DownloaderThread::storeTurn()
 {
     if (!m_reply) {
         m_storing.stop();
         return;
     }
     storeAvailable(bytesPerTurn);
-    if (isWhole() || m_answer == Answer::Refused || m_reply->bytesAvailable() == 0)
+    const bool isOver = isWhole() || m_answer == Answer::Refused;
+    if (isOver || m_reply->bytesAvailable() == 0)
         m_storing.stop();
     // Next turn: mostly the reply has finished of itself by then and need not be aborted.
-    if (isWhole() || m_answer == Answer::Refused)
+    if (isOver)
         QMetaObject::invokeMethod(this, &DownloaderThread::end, Qt::QueuedConnection);
 }
 
-void DownloaderThread::downloadProgress(qint64 /*bytesReceived*/, qint64 /*bytesTotal*/)
+void DownloaderThread::downloadProgress(qint64 bytesReceived, qint64 /*bytesTotal*/)
 {
-    reportProgress();
+    const qint64 delta = bytesReceived - lastReceived;
+    lastReceived = bytesReceived;
+    emit progress(delta);
 }
 
 void DownloaderThread::finished()
 {
+    if (!m_reply || !m_reply->isFinished()) {
+        end();
+        return;
+    }
     storeAvailable(std::numeric_limits<qint64>::max());
     const bool isCutOff = m_reply->error() != QNetworkReply::NoError;
     // An open-ended range of a stream of unknown length is whole when its answer ended well.
-    if (endPos == toEnd && !isCutOff && m_answer == Answer::Accepted && !m_streamLength)
-        m_streamLength = m_position;
+    if (endPos == toEnd && !isCutOff && m_answer == Answer::Accepted && !m_length->told && !m_mayGoOn)
+        m_length->told = file->position();
     if (isWhole() || m_answer == Answer::Refused) {
         end();
         return;
     }
 
-    m_fruitlessRequests = m_position > m_positionAtRequest ? 0 : m_fruitlessRequests + 1;
+    m_fruitlessRequests = file->position() > m_positionAtRequest ? 0 : m_fruitlessRequests + 1;
     if (m_fruitlessRequests == maximumFruitlessRequests) {
         m_failure = requestFailure();
         end();
@@ -144,73 +173,35 @@ void DownloaderThread::storeAvailable(qint64 atMost)
         atMost -= count;
         const qint64 skipped = std::min(count, m_bytesToSkip);
         m_bytesToSkip -= skipped;
-        if (!write(buffer.data() + skipped, std::min(count - skipped, missing())))
-            refuse(file->errorString());
+        if (!file->write(buffer.data() + skipped, std::min(count - skipped, missing())))
+            refuse(file->error());
+        if (!m_report.isActive())
+            m_report.start(untilNextBeat(), Qt::PreciseTimer, this);
     }
-}
-
-bool DownloaderThread::write(const char *bytes, qint64 count)
-{
-    // A full disk may take a part before it refuses the rest.
-    while (count > 0) {
-        const qint64 written = file->write(bytes, count);
-        if (written <= 0)
-            return false;
-        m_position += written;
-        bytes += written;
-        count -= written;
-    }
-    return true;
 }
 
 void DownloaderThread::judgeAnswer()
 {
-    const int status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    if (status == 0) {
+    const RangeAnswer::Head head = answerHead(*m_reply);
+    if (head.status == 0) {
         // Bytes without a status come from no HTTP server.
         if (m_reply->bytesAvailable() > 0)
             refuse(tr("The address is no web address"));
         return;
     }
-
-    const std::optional<ContentRange> range = ContentRange::parse(m_reply->rawHeader("Content-Range"));
-    const QByteArray encoding = m_reply->rawHeader("Content-Encoding").trimmed().toLower();
-    if (status == 416 && endPos == toEnd && range && range->total == m_position) {
-        m_streamLength = m_position;
+    RangeAnswer::Asked asked{file->position(), {}};
+    if (endPos != toEnd)
+        asked.last = endPos;
+    const RangeAnswer verdict = RangeAnswer::judge(head, asked, *m_length);
+    if (!verdict.refusal.isEmpty()) {
+        refuse(verdict.refusal);
         return;
     }
-    if (status != 200 && status != 206) {
-        const QString phrase = m_reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString().left(100);
-        refuse(tr("The server answered %1 %2").arg(QString::number(status), phrase).trimmed());
-        return;
-    }
-    if (!encoding.isEmpty() && encoding != "identity") {
-        refuse(tr("The server sent the stream in an encoding that cannot be split"));
-        return;
-    }
-
-    std::optional<qint64> streamLength;
-    if (status == 206) {
-        if (!range || range->first != m_position) {
-            refuse(tr("The server sent another part of the stream than was asked for"));
-            return;
-        }
-        m_bytesToSkip = 0;
-        streamLength = range->total;
-    } else {
-        m_bytesToSkip = m_position;
-        bool isNumber = false;
-        const qint64 length = m_reply->rawHeader("Content-Length").trimmed().toLongLong(&isNumber);
-        if (isNumber && length >= 0)
-            streamLength = length;
-    }
-    if (streamLength && *streamLength != m_streamLength.value_or(*streamLength)) {
-        refuse(tr("The stream on the server has changed"));
-        return;
-    }
-    if (streamLength)
-        m_streamLength = streamLength;
     m_answer = Answer::Accepted;
+    m_bytesToSkip = verdict.skip;
+    m_mayGoOn = verdict.mayGoOn;
+    if (verdict.total)
+        m_length->told = verdict.total;
 }
 
 void DownloaderThread::refuse(const QString &reason)
@@ -222,8 +213,9 @@ void DownloaderThread::refuse(const QString &reason)
 qint64 DownloaderThread::missing() const
 {
     if (endPos != toEnd)
-        return std::max<qint64>(0, qint64(endPos) + 1 - m_position);
-    return m_streamLength ? std::max<qint64>(0, *m_streamLength - m_position) : std::numeric_limits<qint64>::max();
+        return std::max<qint64>(0, qint64(endPos) + 1 - file->position());
+    return m_length->told ? std::max<qint64>(0, *m_length->told - file->position())
+                          : std::numeric_limits<qint64>::max();
 }
 
 void DownloaderThread::releaseReply()
@@ -239,11 +231,10 @@ void DownloaderThread::releaseReply()
 
 void DownloaderThread::reportProgress()
 {
-    const qint64 received = m_position - startPos;
-    const qint64 delta = received - lastReceived;
-    lastReceived = received;
-    if (delta > 0)
-        emit progress(delta);
+    m_report.stop();
+    const qint64 received = file->position() - startPos;
+    if (received != lastReceived)
+        downloadProgress(received, qint64(endPos) + 1 - startPos);
 }
 
 void DownloaderThread::end()
@@ -252,9 +243,8 @@ void DownloaderThread::end()
         return;
     m_hasEnded = true;
     releaseReply();
-    if (file->isOpen() && !file->flush() && m_failure.isEmpty())
-        m_failure = file->errorString();
-    file->close();
+    if (!file->close() && m_failure.isEmpty())
+        m_failure = file->error();
     reportProgress();
     emit downloadCompleted();
 }

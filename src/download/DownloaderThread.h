@@ -1,5 +1,7 @@
 #pragma once
 
+#include "download/RangeAnswer.h"
+
 #include <QBasicTimer>
 #include <QObject>
 #include <QPointer>
@@ -7,16 +9,15 @@
 
 #include <limits>
 #include <memory>
-#include <optional>
 
-class QFile;
 class QNetworkAccessManager;
 class QNetworkReply;
+class RangeFile;
 
-// Fetches one byte range of a stream into its place of the output file, which must exist. No thread despite the name:
-// run() returns at once, and the event loop of the calling thread drives the rest. A range that is cut off goes on
-// where it stopped; only bytes of the range itself ever reach the file.
-class DownloaderThread final : public QObject
+// Fetches one byte range of a stream into its place of the output file. No thread despite the name: run() returns at
+// once, and the event loop of the calling thread drives the rest. A range that is cut off goes on where it stopped;
+// only bytes of the range itself ever reach the file.
+class DownloaderThread : public QObject
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(DownloaderThread)
@@ -31,13 +32,14 @@ public:
                      QNetworkAccessManager *accessManager, QObject *parent);
     ~DownloaderThread() override;
 
-    // Before run(): the length in bytes that the whole stream is known to have; an answer of another length is refused.
-    void setStreamLength(qint64 length) { m_streamLength = length; }
+    // Before run(): what is known of the stream's length, shared by the ranges of one download. Each adds what its
+    // answers tell, and an answer that contradicts it is refused.
+    void shareLength(const std::shared_ptr<RangeAnswer::Known> &length) { m_length = length; }
 
     // Nothing more reaches the file, for this reason in words for a person; before run() nothing is asked for either.
     void refuse(const QString &reason);
 
-    // Called once, after the signals are connected; emits nothing itself.
+    // Called once, after the signals are connected; emits nothing itself. Makes the file where there is none.
     void run();
 
     // After downloadCompleted(): why bytes of the range are missing, in words for a person; empty when it is whole.
@@ -46,10 +48,11 @@ public:
 public slots:
     void dataReceived();
     void finished();
+    // Emits progress() with what has come since the last report.
     void downloadProgress(qint64 bytesReceived, qint64 bytesTotal);
 
 signals:
-    // Bytes of the range that reached the file since the last time.
+    // Bytes of the range that reached the file since the last time; what stays out of it is never counted.
     void progress(qint64 delta);
     // Once, last, with the file closed; the worker may be deleted in the slot.
     void downloadCompleted();
@@ -63,8 +66,8 @@ private:
     void sendRequest();
     [[nodiscard]] QString requestFailure() const;
     void judgeAnswer();
+    void storeTurn();
     void storeAvailable(qint64 atMost);
-    bool write(const char *bytes, qint64 count);
     void releaseReply();
     void reportProgress();
     void end();
@@ -72,22 +75,22 @@ private:
     [[nodiscard]] qint64 missing() const;
     [[nodiscard]] bool isWhole() const { return missing() == 0; }
 
-    qint64 lastReceived = 0; // bytes of the range reported so far
+    qint64 lastReceived = 0; // bytes of the range at the last report
     const QString url;
-    const QString filePath;
     const int startPos;
     const int endPos;
-    std::unique_ptr<QFile> file;
+    const std::unique_ptr<RangeFile> file;
     QNetworkAccessManager *const accessManager;
 
     QPointer<QNetworkReply> m_reply;
     Answer m_answer = Answer::Awaited;
-    qint64 m_position; // offset of the next byte to write
-    qint64 m_bytesToSkip = 0; // what a whole-stream answer sends before that offset
-    std::optional<qint64> m_streamLength; // as it was known, or else as the server tells it
+    qint64 m_bytesToSkip = 0; // what the answer sends before the range's next byte
+    bool m_mayGoOn = false; // the stream, after the end of the answer
+    std::shared_ptr<RangeAnswer::Known> m_length; // never null
     int m_fruitlessRequests = 0; // in a row
     qint64 m_positionAtRequest = 0;
     QString m_failure;
     QBasicTimer m_storing; // while received bytes wait to be written
+    QBasicTimer m_report; // while written bytes wait to be reported
     bool m_hasEnded = false;
 };
