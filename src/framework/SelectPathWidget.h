@@ -9,7 +9,7 @@ class SelectPathWidget;
 }
 
 // A line edit with a button that opens the folder or file chooser. GUI thread only.
-class SelectPathWidget final : public QWidget
+class SelectPathWidget : public QWidget
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(SelectPathWidget)

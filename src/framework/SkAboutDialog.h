@@ -7,7 +7,7 @@ class SkAboutDialog;
 }
 
 // Shows who made the product, with links, and its version. The window's close button or Escape ends it.
-class SkAboutDialog final : public SkDialog
+class SkAboutDialog : public SkDialog
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(SkAboutDialog)

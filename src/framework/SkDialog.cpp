@@ -1,13 +1,20 @@
 #include "framework/SkDialog.h"
 
+#include "framework/ScreenFit.h"
+#include "framework/SkinFiles.h"
 #include "settings/CAppSetting.h"
 
 #include <QCoreApplication>
-#include <QIcon>
 #include <QPointer>
 #include <QScreen>
 
 #include "ui_SkDialog.h"
+
+namespace {
+
+bool quitting = false;
+
+} // namespace
 
 SkDialog::SkDialog(QWidget *parent, Qt::WindowFlags flags, bool showBottomButtons)
     : QDialog(parent, flags)
@@ -16,8 +23,7 @@ SkDialog::SkDialog(QWidget *parent, Qt::WindowFlags flags, bool showBottomButton
     ui->setupUi(this);
     setWindowTitle(CAppSetting::instance()->getFullProductName());
 
-    const QIcon icon(QCoreApplication::applicationDirPath() + QStringLiteral("/icon/app.ico"));
-    ui->icon_label->setPixmap(icon.pixmap(QSize(32, 32), QIcon::Normal, QIcon::Off));
+    ui->icon_label->setPixmap(applicationIcon().pixmap(QSize(32, 32), QIcon::Normal, QIcon::Off));
 
     ui->bottomButton_frame->setVisible(showBottomButtons);
     setWindowFlags(windowFlags() | Qt::WindowCloseButtonHint);
@@ -42,7 +48,6 @@ SkDialog::~SkDialog() = default;
 
 int SkDialog::exec()
 {
-    static bool quitting = false;
     if (quitting)
         return Rejected;
 
@@ -54,6 +59,11 @@ int SkDialog::exec()
         connect(qApp, &QCoreApplication::aboutToQuit, qApp, [] { quitting = false; });
     }
     return answer;
+}
+
+bool SkDialog::isQuitting()
+{
+    return quitting;
 }
 
 void SkDialog::setTitleName(const QString &title)
@@ -138,4 +148,5 @@ void SkDialog::growToContent()
     if (heightForContent(wanted) > room.height())
         wanted = qMax(wanted, room.width());
     resize(wanted, qMax(height(), heightForContent(wanted)));
+    fitToScreen(*this);
 }

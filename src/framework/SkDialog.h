@@ -22,6 +22,8 @@ public:
 
     // As QDialog::exec(); once the application's quit has ended an exec(), later ones are rejected without being shown.
     int exec() override;
+    // True from the moment an exec() was ended by the application's quit until the event loops have unwound.
+    [[nodiscard]] static bool isQuitting();
 
     void setTitleName(const QString &title);
     // The frame in which a subclass lays out its widgets; owned by the dialog.

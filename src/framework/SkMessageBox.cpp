@@ -1,8 +1,10 @@
 #include "framework/SkMessageBox.h"
 
-#include "settings/CAppSetting.h"
+#include "framework/SkinFiles.h"
 
 #include <QPixmap>
+#include <QScreen>
+#include <QScrollArea>
 
 #include "ui_SkMessageBox.h"
 
@@ -33,32 +35,52 @@ void SkMessageBox::setMessageText(const QString &text)
     ui->text_label->setText(text);
 }
 
+void SkMessageBox::setPlainMessageText(const QString &text)
+{
+    ui->text_label->setTextFormat(Qt::PlainText);
+    setMessageText(text);
+    ui->text_label->ensurePolished();
+    const QSize room = screen()->availableSize() / 2;
+    if (ui->text_label->heightForWidth(room.width()) <= room.height() || ui->text_label->parentWidget() != ui->frame)
+        return;
+    // It would not fit on the screen.
+    auto *area = new QScrollArea(ui->frame);
+    area->setFrameShape(QFrame::NoFrame);
+    area->setWidgetResizable(true);
+    area->setMinimumSize(room);
+    delete ui->horizontalLayout_2->replaceWidget(ui->text_label, area);
+    area->setWidget(ui->text_label);
+}
+
 void SkMessageBox::setMessageType(Enum_DialogType type)
 {
-    const QString skin = CAppSetting::instance()->getSkinPath(false);
-    QPixmap icon(40, 39);
-    icon.fill(Qt::transparent);
-
+    QString file;
     switch (type) {
     case DialogType_Info:
-        icon.load(skin + QStringLiteral("messagebox-info.png"));
+        file = QStringLiteral("messagebox-info.png");
         break;
     case DialogType_Question:
-        icon.load(skin + QStringLiteral("messagebox-quest.png"));
+        file = QStringLiteral("messagebox-quest.png");
         ui->cancel_pushButton->show();
         break;
     case DialogType_Warning:
-        icon.load(skin + QStringLiteral("messagebox-warn.png"));
+        file = QStringLiteral("messagebox-warn.png");
         break;
     case DialogType_Critical:
-        icon.load(skin + QStringLiteral("messagebox-crit.png"));
+        file = QStringLiteral("messagebox-crit.png");
         break;
     case DialogType_InfoWithOpen:
-        icon.load(skin + QStringLiteral("messagebox-info.png"));
+        file = QStringLiteral("messagebox-info.png");
         ui->open_pushButton->show();
         break;
     }
-    ui->icon_label->setPixmap(icon);
+    if (!file.isEmpty()) {
+        ui->icon_label->setPixmap(skinPixmap(file));
+        return;
+    }
+    QPixmap nothing(40, 39);
+    nothing.fill(Qt::transparent);
+    ui->icon_label->setPixmap(nothing);
 }
 
 void SkMessageBox::setBtnText(const QString &text)

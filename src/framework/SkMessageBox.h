@@ -8,7 +8,7 @@ class SkMessageBox;
 
 // A message with an icon and up to three buttons; "OK" accepts, every other way out rejects. The box grows with its
 // text. A text that looks like HTML is shown as such, links included: escape what comes from outside.
-class SkMessageBox final : public SkDialog
+class SkMessageBox : public SkDialog
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(SkMessageBox)
@@ -27,6 +27,8 @@ public:
     ~SkMessageBox() override;
 
     void setMessageText(const QString &text);
+    // As it stands, letter by letter, whatever it looks like: for what comes from outside.
+    void setPlainMessageText(const QString &text);
     // Shows the type's icon and its extra button; a button that an earlier type has shown stays.
     void setMessageType(Enum_DialogType type);
     // Replaces the text of the "OK" button.
