@@ -1,5 +1,7 @@
 #include "update/LiveUpdateDialog.h"
 
+#include "http/ContentDecoder.h"
+#include "http/SpareDescriptors.h"
 #include "settings/CAppSetting.h"
 #include "update/ReleaseNotes.h"
 #include "update/UpdateOffer.h"
@@ -24,6 +26,8 @@ const QString linkTemplate =
 
 constexpr int maximumMessage = 1024 * 1024; // bytes
 constexpr int readBuffer = 64 * 1024; // bytes
+// A connection, and what the network's thread waits on.
+constexpr int neededDescriptors = 1 + 2;
 
 bool startsLikeUpdateMessage(const QByteArray &data)
 {
@@ -71,9 +75,16 @@ void LiveUpdateDialog::checkUpdate()
     ui->label->setText(checkingText);
     updateMessageValid = false;
     checkData.clear();
+    if (!descriptorShortage(neededDescriptors).isEmpty()) {
+        showFailure();
+        return;
+    }
 
     const QUrl address(CAppSetting::instance()->updateAddress, QUrl::TolerantMode);
-    checkReply = networkManager.get(QNetworkRequest(address));
+    QNetworkRequest request(address);
+    request.setRawHeader("Accept-Encoding", ContentDecoder::acceptEncoding);
+    m_decoder = std::make_unique<ContentDecoder>(maximumMessage);
+    checkReply = networkManager.get(request);
     checkReply->setReadBufferSize(readBuffer);
     connect(checkReply, &QNetworkReply::finished, this, &LiveUpdateDialog::checkUpdateFinished);
     connect(checkReply, &QNetworkReply::readyRead, this, &LiveUpdateDialog::checkUpdateReadyRead);
@@ -94,11 +105,12 @@ void LiveUpdateDialog::reject()
 void LiveUpdateDialog::checkUpdateReadyRead()
 {
     updateMessageValid = false;
-    if (checkReply->error() != QNetworkReply::NoError)
+    if (!checkReply || checkReply->error() != QNetworkReply::NoError)
         return;
 
-    checkData += checkReply->read(maximumMessage + 1 - checkData.size());
-    if (checkData.size() > maximumMessage) {
+    m_decoder->add(checkReply->readAll(), checkReply->rawHeader("Content-Encoding"));
+    checkData = m_decoder->body();
+    if (m_decoder->isTooLarge()) {
         qCWarning(lcUpdate, "The update message is longer than %d bytes and is refused.", maximumMessage);
         checkReply->abort();
         return;
@@ -111,16 +123,20 @@ void LiveUpdateDialog::checkUpdateReadyRead()
 
 void LiveUpdateDialog::checkUpdateFinished()
 {
-    if (checkReply->bytesAvailable() > 0)
-        checkUpdateReadyRead();
+    if (checkReply) {
+        if (checkReply->bytesAvailable() > 0)
+            checkUpdateReadyRead();
+        // What is too long has been aborted there, and that has brought the outcome.
+        if (!checkReply)
+            return;
+        // The status of an HTTP error is known only now, after its body.
+        if (checkReply->error() != QNetworkReply::NoError || !m_decoder->isWhole())
+            updateMessageValid = false;
+        checkReply->deleteLater();
+        checkReply = nullptr;
+    }
 
-    // The status of an HTTP error is known only now, after its body.
-    if (checkReply->error() != QNetworkReply::NoError)
-        updateMessageValid = false;
-    checkReply->deleteLater();
-    checkReply = nullptr;
-
-    // Text after a NUL byte does not count.
+    // As text, the message ends at its first zero byte.
     if (!updateMessageValid)
         showFailure();
     else if (QString::fromUtf8(checkData.constData()) == QLatin1String("latest"))
@@ -136,10 +152,10 @@ void LiveUpdateDialog::checkUpdateError(QNetworkReply::NetworkError errCode)
 
 void LiveUpdateDialog::downloadFile()
 {
-    if (UpdateOffer::leadsToTheWeb(downloadUrl))
-        QDesktopServices::openUrl(downloadUrl);
+    if (UpdateOffer::leadsToThisMachine(downloadUrl))
+        qCWarning(lcUpdate) << "The offer leads to this machine and is not opened:" << downloadUrl;
     else
-        qCWarning(lcUpdate) << "The offer does not lead to the web and is not opened:" << downloadUrl;
+        QDesktopServices::openUrl(downloadUrl);
     reject();
 }
 

@@ -13,11 +13,12 @@ namespace Ui {
 class LiveUpdateDialog;
 }
 class ReleaseNotes;
+class ContentDecoder;
 struct UpdateOffer;
 
 // Asks the update service whether a newer build exists and offers what it answers. Modeless; GUI thread only. Each
 // check ends on screen in one way: failed, up to date, an offer, or nothing new for an offer that cannot be read.
-class LiveUpdateDialog final : public SkDialog
+class LiveUpdateDialog : public SkDialog
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(LiveUpdateDialog)
@@ -34,12 +35,16 @@ public:
 
 public slots:
     void reject() override;
-
-private slots:
     void checkUpdateReadyRead();
     void checkUpdateFinished();
     void checkUpdateError(QNetworkReply::NetworkError errCode);
+    // Opens the offer's address and closes the dialog.
     void downloadFile();
+    // The third page is built and has no behaviour: the browser, not the application, fetches the installer.
+    void downloadFinished() { }
+    void downloadReadyRead() { }
+    void updateDataReadProgress(qint64 /*bytesRead*/, qint64 /*totalBytes*/) { }
+    void install() { }
 
 private:
     void checkWhenDue();
@@ -55,4 +60,5 @@ private:
     QNetworkReply *checkReply = nullptr; // owned by networkManager
     bool updateMessageValid = false;
     QByteArray checkData;
+    std::unique_ptr<ContentDecoder> m_decoder; // of the check in flight
 };

@@ -5,25 +5,30 @@
 #include <QFileInfo>
 #include <QXmlStreamReader>
 
+#include <algorithm>
 #include <cctype>
 
 namespace {
 
 // The reader's time grows with the square of the attributes of a tag.
-constexpr int maximumAttributes = 10000;
+constexpr int maximumAttributes = 500;
 
-// Whatever looks like an attribute: an equals sign before a quote. Telling tags from text takes a parser.
-int attributesOf(const QByteArray &message)
+// Of any tag, and of the text behind it: whatever looks like an attribute, an equals sign before a quote.
+int mostAttributes(const QByteArray &message)
 {
+    int most = 0;
     int count = 0;
-    for (int i = message.indexOf('='); i >= 0; i = message.indexOf('=', i + 1)) {
-        int next = i + 1;
-        while (next < message.size() && std::isspace(static_cast<unsigned char>(message.at(next))))
-            ++next;
-        if (next < message.size() && (message.at(next) == '"' || message.at(next) == '\''))
-            ++count;
+    for (auto i = message.cbegin(); i != message.cend(); ++i) {
+        if (*i == '<') {
+            count = 0;
+        } else if (*i == '=') {
+            const auto next =
+                std::find_if_not(i + 1, message.cend(), [](unsigned char c) { return std::isspace(c) != 0; });
+            count += next != message.cend() && (*next == '"' || *next == '\'') ? 1 : 0;
+            most = std::max(most, count);
+        }
     }
-    return count;
+    return most;
 }
 
 // As QXmlStreamReader::readElementText() with child elements, which recurses and so overflows the stack on deep
@@ -54,7 +59,7 @@ QString textOfElement(QXmlStreamReader &xml)
 
 std::optional<UpdateOffer> UpdateOffer::fromMessage(const QByteArray &message)
 {
-    if (attributesOf(message) > maximumAttributes)
+    if (mostAttributes(message) > maximumAttributes)
         return std::nullopt;
 
     QXmlStreamReader xml(message);
@@ -70,10 +75,9 @@ std::optional<UpdateOffer> UpdateOffer::fromMessage(const QByteArray &message)
     return offer;
 }
 
-bool UpdateOffer::leadsToTheWeb(const QUrl &url)
+bool UpdateOffer::leadsToThisMachine(const QUrl &url)
 {
-    const QString scheme = url.scheme();
-    if (!scheme.isEmpty())
-        return scheme == QLatin1String("http") || scheme == QLatin1String("https");
-    return !QDir::isAbsolutePath(url.path()) && (url.path().isEmpty() || !QFileInfo::exists(url.path()));
+    if (!url.scheme().isEmpty())
+        return url.isLocalFile();
+    return QDir::isAbsolutePath(url.path()) || (!url.path().isEmpty() && QFileInfo::exists(url.path()));
 }

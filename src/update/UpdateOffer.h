@@ -17,6 +17,6 @@ struct UpdateOffer
     // Nothing where the first element of the message cannot be read to its end.
     static std::optional<UpdateOffer> fromMessage(const QByteArray &message);
 
-    // False for an address that leads, or may lead, to a file or a program of this machine.
-    static bool leadsToTheWeb(const QUrl &url);
+    // True for an address that leads, or may lead, to a file or a program of this machine.
+    static bool leadsToThisMachine(const QUrl &url);
 };
