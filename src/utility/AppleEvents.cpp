@@ -116,3 +116,36 @@ int descriptorsInUse()
 } // namespace Utility
 
 #endif
+
+namespace Utility {
+
+qint32 SendAppleEventToSystemProcess(unsigned int eventID)
+{
+    const ProcessSerialNumber process = {0, kSystemProcess};
+    AEAddressDesc address = {typeNull, nullptr};
+    AppleEvent event = {typeNull, nullptr};
+    AppleEvent reply = {typeNull, nullptr};
+
+    qint32 firstError = AECreateDesc(typeProcessSerialNumber, &process, sizeof process, &address);
+    if (firstError != noErr)
+        return firstError;
+    const auto note = [&firstError](qint32 error) {
+        if (firstError == noErr)
+            firstError = error;
+        return error == noErr;
+    };
+
+    const bool created =
+        note(AECreateAppleEvent(kCoreEventClass, eventID, &address, kAutoGenerateReturnID, kAnyTransactionID, &event));
+    note(AEDisposeDesc(&address));
+    if (!created)
+        return firstError;
+
+    const bool sent = note(AESend(&event, &reply, kAENoReply, kAENormalPriority, kAEDefaultTimeout, nullptr, nullptr));
+    note(AEDisposeDesc(&event));
+    if (sent)
+        note(AEDisposeDesc(&reply));
+    return firstError;
+}
+
+} // namespace Utility

@@ -90,3 +90,11 @@ int descriptorsInUse();
 } // namespace Utility
 
 #endif
+
+namespace Utility {
+
+// Sends one event of the core class to the system process and does not wait for an answer. Returns the error of the
+// first call that failed, or 0.
+qint32 SendAppleEventToSystemProcess(unsigned int eventID);
+
+} // namespace Utility

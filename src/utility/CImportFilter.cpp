@@ -56,7 +56,8 @@ public:
 
     QStringList files(const QString &path, Order order, Depth depth, const FileTest &takes)
     {
-        collectFiles(path, QDir(path).absolutePath(), order, depth, takes);
+        const QDir folder(path);
+        collectFiles(folder.path(), folder.absolutePath(), order, depth, takes);
         return std::move(m_found);
     }
 

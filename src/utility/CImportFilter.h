@@ -9,7 +9,7 @@ namespace Utility {
 // unreadable is an empty one; symbolic links are followed, but a folder is not entered again while it is being walked,
 // so every walk ends. Parameters that are lists in one text have their items separated by "|", and empty items count.
 // No state; any thread.
-class CImportFilter final
+class CImportFilter
 {
 public:
     CImportFilter() = delete;

@@ -45,7 +45,8 @@ bool isHidden([[maybe_unused]] DIR *dir, const dirent &entry)
 } // namespace
 
 FolderReader::FolderReader(const QString &path)
-    : m_dir(opendir(QFile::encodeName(path).constData()))
+    // As everywhere in Qt, no path is the current folder.
+    : m_dir(opendir(path.isEmpty() ? "." : QFile::encodeName(path).constData()))
 {
 }
 
@@ -69,7 +70,7 @@ bool FolderReader::next(FolderEntry &entry)
         entry.name = QFile::decodeName(raw->d_name);
         entry.isFolder = kind == Kind::Folder;
         // A name that does not survive the decoding leads to no file, so nobody could open what it stands for.
-        if (!entry.name.contains(QChar::ReplacementCharacter))
+        if (!entry.name.contains(QChar::ReplacementCharacter) || QFile::encodeName(entry.name) == raw->d_name)
             return true;
     }
     return false;

@@ -1,7 +1,5 @@
 #include "utility/SystemInfo.h"
 
-#include "utility/AppleEvents.h"
-
 #include <QOperatingSystemVersion>
 #include <QStandardPaths>
 #include <QStringList>
@@ -68,35 +66,6 @@ std::string SystemInfo::AddBackslash(const std::string &path)
     if (!folder.empty() && (folder.back() == '/' || folder.back() == '\\'))
         folder.pop_back();
     return folder + '/';
-}
-
-qint32 SendAppleEventToSystemProcess(unsigned int eventID)
-{
-    const ProcessSerialNumber systemProcess = {0, kSystemProcess};
-    AEAddressDesc address = {typeNull, nullptr};
-    AppleEvent event = {typeNull, nullptr};
-    AppleEvent reply = {typeNull, nullptr};
-
-    qint32 firstError = AECreateDesc(typeProcessSerialNumber, &systemProcess, sizeof systemProcess, &address);
-    if (firstError != noErr)
-        return firstError;
-    const auto note = [&firstError](qint32 error) {
-        if (firstError == noErr)
-            firstError = error;
-        return error == noErr;
-    };
-
-    const bool created =
-        note(AECreateAppleEvent(kCoreEventClass, eventID, &address, kAutoGenerateReturnID, kAnyTransactionID, &event));
-    note(AEDisposeDesc(&address));
-    if (!created)
-        return firstError;
-
-    const bool sent = note(AESend(&event, &reply, kAENoReply, kAENormalPriority, kAEDefaultTimeout, nullptr, nullptr));
-    note(AEDisposeDesc(&event));
-    if (sent)
-        note(AEDisposeDesc(&reply));
-    return firstError;
 }
 
 } // namespace Utility

@@ -7,7 +7,7 @@
 namespace Utility {
 
 // Questions about the running system. No state; any thread. Texts are UTF-8.
-class SystemInfo final
+class SystemInfo
 {
 public:
     SystemInfo() = delete;
@@ -31,9 +31,5 @@ public:
     // The path ending in exactly one "/" in place of its last slash or backslash, if any.
     static std::string AddBackslash(const std::string &path);
 };
-
-// Sends one event of the core class to the system process and does not wait for an answer. Returns the error of the
-// first call that failed, or 0.
-qint32 SendAppleEventToSystemProcess(unsigned int eventID);
 
 } // namespace Utility
