@@ -1,26 +1,25 @@
 #pragma once
 
+#include "ui/RunningDownloads.h"
+#include "ui/SizeText.h"
 #include "youtube/VideoItem.h"
 
 #include <QVector>
 #include <QWidget>
 
-#include <map>
 #include <memory>
 
-class DownloadManager;
-class QLabel;
 class QTreeWidgetItem;
-class QUrl;
-class TransferRate;
+class TaskList;
 
 namespace Ui {
 class DownloaderWidget;
 }
 
 // The page on which downloads are started and watched: by its buttons, or by an address that is dropped on it. Rows
-// stay for the life of the page; a download that is still running when the page goes ends with it.
-class DownloaderWidget final : public QWidget
+// stay for the life of the page; a download that is still running when the page goes ends with it, and the next page
+// shows its file as incomplete.
+class DownloaderWidget : public QWidget
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(DownloaderWidget)
@@ -31,15 +30,14 @@ public:
 
     // The output folder as the page shows it, made if it is missing and kept as an option; false, after a message,
     // where the text is no absolute path.
-    [[nodiscard]] bool getOutputDir(QString &path);
+    bool getOutputDir(QString &path);
     // Appends the row of a new download; owned by the task list.
     QTreeWidgetItem *addTask(const VideoItem &video, const Meta &meta);
-    [[nodiscard]] bool isDownloading() const { return !m_running.empty(); }
+    [[nodiscard]] bool isDownloading() const { return !m_running.isEmpty(); }
 
 protected:
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dropEvent(QDropEvent *event) override;
-    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private slots:
     void on_addVideo_clicked();
@@ -53,19 +51,11 @@ private slots:
     void downloadProgress(qint64 received, qint64 total, void *widgetItem);
 
 private:
-    struct Running
-    {
-        std::unique_ptr<DownloadManager> manager;
-        std::unique_ptr<TransferRate> rate;
-        QString filePath;
-    };
-
-    void setUpTaskList();
-    [[nodiscard]] int cellWidth(const QString &text) const;
+    void setUpButtons();
     void enterAddress(bool isPlaylist, const QString &address = {});
-    void showRowMenu(const QPoint &pos);
+    [[nodiscard]] QString outputFile(const QTreeWidgetItem *row) const;
 
     const std::unique_ptr<Ui::DownloaderWidget> ui;
-    QLabel *m_emptyHint = nullptr; // owned by the task list
-    std::map<void *, Running> m_running; // by row
+    TaskList *m_tasks = nullptr; // owned by the tree
+    RunningDownloads m_running;
 };

@@ -1,25 +1,22 @@
 #include "ui/VideoInfo.h"
 
+#include "framework/DoubleClickGuard.h"
 #include "framework/InertText.h"
 #include "settings/CAppSetting.h"
+#include "ui/CellPadding.h"
+#include "ui/ShownTitle.h"
 
 #include "ui_VideoInfo.h"
 
-#include <QApplication>
 #include <QDebug>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QPushButton>
 #include <QScrollBar>
 
 #include <algorithm>
 
 namespace {
-
-enum Column { IdColumn, NameColumn, FormatColumn, DurationColumn, ResolutionColumn, SizeColumn, DownloadColumn };
-
-constexpr int longestTitle = 500; // characters
-
-constexpr int cellPadding = 12; // pixels, on either side
 
 // Rows that get their buttons in one go, more than any screen shows: a hostile page can list a hundred thousand
 // formats, whose buttons would freeze the window for half a minute.
@@ -34,7 +31,7 @@ qint64 pixelCount(const Meta &meta)
 // One key for every pair keeps the order consistent: pixels, then mp4 before others, then the larger of a kind.
 bool comesBefore(const Meta &a, const Meta &b)
 {
-    qDebug() << a.getSize() << " " << b.getSize();
+    qDebug().nospace() << a.getSize() << " " << b.getSize();
     const qint64 pixelsOfA = pixelCount(a);
     const qint64 pixelsOfB = pixelCount(b);
     if (pixelsOfA != pixelsOfB)
@@ -66,12 +63,13 @@ VideoInfo::VideoInfo(const VideoItem &video_, QWidget *parent)
     ui->lTitle->setText(
         QStringLiteral("%1 help you find %2 video with different format, please select one to download.")
             .arg(CAppSetting::instance()->productName, QString::number(formats.size())));
+    setUpTable();
     fillTable(formats);
 }
 
 VideoInfo::~VideoInfo() = default;
 
-void VideoInfo::fillTable(const QList<Meta> &formats)
+void VideoInfo::setUpTable()
 {
     QTableWidget *table = ui->tableWidget;
     QHeaderView *header = table->horizontalHeader();
@@ -86,10 +84,15 @@ void VideoInfo::fillTable(const QList<Meta> &formats)
     table->setSelectionMode(QAbstractItemView::SingleSelection);
     table->setWordWrap(false);
     table->verticalHeader()->hide();
-    table->setRowCount(formats.size());
+    connect(table->verticalScrollBar(), &QScrollBar::valueChanged, this,
+            [this, table] { makeButtonsAround(table->rowAt(0)); });
+}
 
-    // Painting a title of megabytes takes seconds.
-    const QString title = video.getTitle().left(longestTitle);
+void VideoInfo::fillTable(const QList<Meta> &formats)
+{
+    QTableWidget *table = ui->tableWidget;
+    table->setRowCount(formats.size());
+    const QString title = shownTitle(video.getTitle());
     for (int row = 0; row < formats.size(); ++row) {
         const Meta &meta = formats.at(row);
         const auto setCell = [table, row](Column column, const QString &text) {
@@ -104,19 +107,19 @@ void VideoInfo::fillTable(const QList<Meta> &formats)
         setCell(ResolutionColumn, meta.getResolution())->setTextAlignment(Qt::AlignCenter);
         setCell(SizeColumn, meta.getHumanReadableSize());
     }
-    table->selectRow(0);
+    // By its cell: a table that has not been laid out selects no row.
+    table->setCurrentCell(0, IdColumn);
 
     makeButtonsAround(0);
     for (const int column : {FormatColumn, ResolutionColumn})
         table->resizeColumnToContents(column);
     if (table->rowCount() > 0) {
+        QHeaderView *header = table->horizontalHeader();
         const int buttonWidth = table->cellWidget(0, DownloadColumn)->sizeHint().width() + 2 * cellPadding;
         header->resizeSection(DownloadColumn, std::max(header->sectionSizeHint(DownloadColumn), buttonWidth));
         table->resizeRowToContents(0);
         table->verticalHeader()->setDefaultSectionSize(table->rowHeight(0));
     }
-    connect(table->verticalScrollBar(), &QScrollBar::valueChanged, this,
-            [this, table] { makeButtonsAround(table->rowAt(0)); });
 }
 
 void VideoInfo::makeButtonsAround(int row)
@@ -128,15 +131,27 @@ void VideoInfo::makeButtonsAround(int row)
             continue;
         auto *button = new QPushButton(tr("Download"), table);
         button->setAutoDefault(false);
+        button->installEventFilter(this);
         connect(button, &QPushButton::clicked, this, &VideoInfo::onDownloadClicked);
+        // In a playlist it stands where the dialog before had one.
+        new DoubleClickGuard(button);
         table->setCellWidget(i, DownloadColumn, button);
     }
 }
 
-void VideoInfo::showEvent(QShowEvent *event)
+// Return presses the button that has the focus; as auto-default ones, they would take it from the table, too.
+bool VideoInfo::eventFilter(QObject *watched, QEvent *event)
 {
-    SkDialog::showEvent(event);
-    m_sinceShown.start();
+    auto *button = qobject_cast<QPushButton *>(watched);
+    if (button && event->type() == QEvent::KeyPress) {
+        const auto *press = static_cast<QKeyEvent *>(event);
+        const bool isReturn = press->key() == Qt::Key_Return || press->key() == Qt::Key_Enter;
+        if (isReturn && !press->isAutoRepeat())
+            button->click();
+        if (isReturn)
+            return true;
+    }
+    return SkDialog::eventFilter(watched, event);
 }
 
 void VideoInfo::onDownloadClicked(bool /*checked*/)
@@ -144,16 +159,16 @@ void VideoInfo::onDownloadClicked(bool /*checked*/)
     // Starting a download may wait for the network, and the buttons stay alive meanwhile.
     if (m_hasChosen)
         return;
-    // In a playlist this may be the second half of a double-click on the dialog before.
-    if (m_sinceShown.elapsed() < QApplication::doubleClickInterval())
-        return;
-    m_hasChosen = true;
 
     QTableWidget *table = ui->tableWidget;
     // A button that was pressed without taking the focus has not made its row current.
-    if (const auto *button = qobject_cast<QPushButton *>(sender()))
-        table->setCurrentCell(table->indexAt(button->pos()).row(), IdColumn);
-    const int itag = table->item(table->currentRow(), IdColumn)->text().toInt();
-    emit signalStartDownload(video, itag);
+    for (int row = 0; row < table->rowCount(); ++row) {
+        if (sender() && table->cellWidget(row, DownloadColumn) == sender())
+            table->setCurrentCell(row, IdColumn);
+    }
+    if (table->currentRow() < 0)
+        return;
+    m_hasChosen = true;
+    emit signalStartDownload(video, table->item(table->currentRow(), IdColumn)->text().toInt());
     accept();
 }

@@ -3,8 +3,6 @@
 #include "framework/SkDialog.h"
 #include "youtube/VideoItem.h"
 
-#include <QElapsedTimer>
-
 #include <memory>
 
 namespace Ui {
@@ -12,7 +10,7 @@ class VideoInfo;
 }
 
 // Lists the formats of one video, best first, and reports the one that the person picks.
-class VideoInfo final : public SkDialog
+class VideoInfo : public SkDialog
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(VideoInfo)
@@ -22,7 +20,7 @@ public:
     ~VideoInfo() override;
 
 protected:
-    void showEvent(QShowEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 signals:
     // At most once, while the dialog is still open.
@@ -32,11 +30,13 @@ private slots:
     void onDownloadClicked(bool checked);
 
 private:
+    enum Column { IdColumn, NameColumn, FormatColumn, DurationColumn, ResolutionColumn, SizeColumn, DownloadColumn };
+
+    void setUpTable();
     void fillTable(const QList<Meta> &formats);
     void makeButtonsAround(int row);
 
     const std::unique_ptr<Ui::VideoInfo> ui;
     const VideoItem video;
     bool m_hasChosen = false;
-    QElapsedTimer m_sinceShown;
 };

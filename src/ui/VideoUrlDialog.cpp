@@ -1,27 +1,17 @@
 #include "ui/VideoUrlDialog.h"
 
-#include "framework/InertText.h"
+#include "framework/DoubleClickGuard.h"
+#include "framework/SkinFiles.h"
 #include "framework/SkMessageBox.h"
-#include "settings/CAppSetting.h"
 #include "youtube/NetworkManager.h"
 #include "youtube/Youtube.h"
 
 #include "ui_VideoUrlDialog.h"
 
-#include <QApplication>
-#include <QRegularExpression>
 #include <QScopedValueRollback>
 #include <QUrl>
 
 namespace {
-
-// An error may quote a long address or whatever else a server sent; the message box must stay on the screen.
-QString readable(const QString &error)
-{
-    static const QRegularExpression longRun(QStringLiteral("(\\S{40})"));
-    const QString zeroWidthSpace(QChar(0x200b));
-    return error.left(300).replace(longRun, QStringLiteral("\\1") + zeroWidthSpace);
-}
 
 // A style sheet paints placeholder and typed text alike, and has no word to tell them apart.
 void fadePlaceholder(QLineEdit &lineEdit)
@@ -49,7 +39,10 @@ VideoUrlDialog::VideoUrlDialog(bool playlist, QWidget *parent)
                                             : QStringLiteral("Please copy and paste the url of Youtube Video here"));
     fadePlaceholder(*ui->urlLineEdit);
     setTitleName(isPlaylist ? QStringLiteral("Youtube Playlist Url") : QStringLiteral("Youtube Video Url"));
-    movie.setFileName(CAppSetting::instance()->getSkinPath(false) + QStringLiteral("logining.gif"));
+    movie.setFileName(skinFile(QStringLiteral("logining.gif")));
+    connect(this, &QDialog::finished, &movie, &QMovie::stop);
+    // It takes the place of "Go".
+    new DoubleClickGuard(ui->btnCancel);
 }
 
 VideoUrlDialog::~VideoUrlDialog() = default;
@@ -74,7 +67,6 @@ void VideoUrlDialog::on_btnGo_clicked()
     // Hiding "Go" would hand its focus to "Cancel", and with it the next Return.
     ui->urlLineEdit->setFocus();
     showAnalysing(true);
-    m_sinceGo.start();
     accept();
 }
 
@@ -82,19 +74,7 @@ void VideoUrlDialog::accept()
 {
     if (m_isAnalysing)
         return;
-    const QScopedValueRollback<bool> analysing(m_isAnalysing, true);
-
-    Youtube analyser;
-    connect(&analyser, &Youtube::videoDataNotFound, this, &VideoUrlDialog::onNoVideoFound);
-    QUrl url = QUrl::fromUserInput(ui->urlLineEdit->text());
-    QString error;
-    if (isPlaylist) {
-        connect(&analyser, &Youtube::playlistDataDownloaded, this, &VideoUrlDialog::playlistDataDownloaded);
-        error = analyser.downloadPlaylist(url);
-    } else {
-        connect(&analyser, &Youtube::videoDataDownloaded, this, &VideoUrlDialog::videoDataDownloaded);
-        error = analyser.downloadVideo(url);
-    }
+    const QString error = analyse();
     if (error.isEmpty())
         return;
 
@@ -102,10 +82,27 @@ void VideoUrlDialog::accept()
     if (!NetworkManager::getInstance()->isInterrupted()) {
         const QString text =
             QStringLiteral("Analyze the Youtube url failed: %1. Please check your network connection.");
-        SkMessageBox(this, SkMessageBox::DialogType_Critical, inertText(text.arg(readable(error)))).exec();
+        SkMessageBox box(this);
+        box.setMessageType(SkMessageBox::DialogType_Critical);
+        box.setPlainMessageText(text.arg(error));
+        box.exec();
     }
-    if (!isCanceled)
-        reject();
+    showAnalysing(false);
+    reject();
+}
+
+QString VideoUrlDialog::analyse()
+{
+    const QScopedValueRollback<bool> analysing(m_isAnalysing, true);
+    Youtube analyser;
+    connect(&analyser, &Youtube::videoDataNotFound, this, &VideoUrlDialog::onNoVideoFound);
+    QUrl url = QUrl::fromUserInput(ui->urlLineEdit->text());
+    if (isPlaylist) {
+        connect(&analyser, &Youtube::playlistDataDownloaded, this, &VideoUrlDialog::playlistDataDownloaded);
+        return analyser.downloadPlaylist(url);
+    }
+    connect(&analyser, &Youtube::videoDataDownloaded, this, &VideoUrlDialog::videoDataDownloaded);
+    return analyser.downloadVideo(url);
 }
 
 void VideoUrlDialog::reject()
@@ -117,9 +114,7 @@ void VideoUrlDialog::reject()
 
 void VideoUrlDialog::on_btnCancel_clicked()
 {
-    // It stands where "Go" was, so this may be the second half of a double-click on that.
-    if (m_sinceGo.elapsed() < QApplication::doubleClickInterval())
-        return;
+    isCanceled = true;
     reject();
 }
 

@@ -3,7 +3,6 @@
 #include "framework/SkDialog.h"
 #include "youtube/VideoItem.h"
 
-#include <QElapsedTimer>
 #include <QMovie>
 #include <QVector>
 
@@ -15,7 +14,7 @@ class VideoUrlDialog;
 
 // Takes the address of a video or of a playlist and hands over what its analysis found. The analysis runs in nested
 // event loops inside accept(), so the dialog must live until exec() has returned.
-class VideoUrlDialog final : public SkDialog
+class VideoUrlDialog : public SkDialog
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(VideoUrlDialog)
@@ -45,6 +44,8 @@ public slots:
     void onNoVideoFound();
 
 private:
+    // Returns why a page could not be fetched; what was found has been handed over by then.
+    [[nodiscard]] QString analyse();
     void showAnalysing(bool analysing);
 
     const std::unique_ptr<Ui::VideoUrlDialog> ui;
@@ -52,5 +53,4 @@ private:
     QMovie movie;
     bool isCanceled = false;
     bool m_isAnalysing = false;
-    QElapsedTimer m_sinceGo;
 };
