@@ -1,6 +1,8 @@
 #include "app/MainWidget.h"
 
 #include "app/MyStatusBar.h"
+#include "framework/SkMessageBox.h"
+#include "settings/CAppSetting.h"
 
 #include "ui_MainWidget.h"
 
@@ -27,7 +29,13 @@ void MainWidget::slotSetLeftStatuBarText(QString text)
     m_pStatusBar->SetLeftLable(text);
 }
 
-bool MainWidget::isDownloading() const
+bool MainWidget::mayQuit()
 {
-    return ui->page1->isDownloading();
+    if (!ui->page1->isDownloading())
+        return true;
+    SkMessageBox question(this, SkMessageBox::DialogType_Question,
+                          tr("Downloads are still running and will be left incomplete. Quit all the same?"));
+    question.setWindowTitle(CAppSetting::instance()->getFullProductName());
+    question.setBtnText(tr("Quit"));
+    return question.exec() == QDialog::Accepted;
 }

@@ -11,7 +11,7 @@ class MainWidget;
 }
 
 // The content of the main window: the pages, of which one shows, and the status bar below them, hidden at first.
-class MainWidget final : public QWidget
+class MainWidget : public QWidget
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(MainWidget)
@@ -23,7 +23,8 @@ public:
     ~MainWidget() override;
 
     void SwitchStackedPage(EnumStackedWidget page);
-    [[nodiscard]] bool isDownloading() const;
+    // While downloads run, the person is asked whether to leave them incomplete.
+    [[nodiscard]] bool mayQuit();
 
 public slots:
     void slotSetLeftStatuBarText(QString text);

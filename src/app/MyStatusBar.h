@@ -9,7 +9,7 @@ class MyStatusBar;
 }
 
 // Three texts side by side, and room for further widgets after them.
-class MyStatusBar final : public QWidget
+class MyStatusBar : public QWidget
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(MyStatusBar)

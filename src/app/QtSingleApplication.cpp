@@ -1,12 +1,12 @@
 #include "app/QtSingleApplication.h"
 
+#include "app/InstanceFolder.h"
+#include "app/InstanceLock.h"
+
 #include <QCryptographicHash>
 #include <QDeadlineTimer>
-#include <QDir>
 #include <QLocalServer>
 #include <QLocalSocket>
-#include <QLockFile>
-#include <QStandardPaths>
 #include <QThread>
 #include <QTimer>
 #include <QWidget>
@@ -18,19 +18,34 @@ namespace {
 // A message is one line of Base64; whoever sends more, or takes longer, is shown the door.
 constexpr qint64 maximumMessageSize = 64 * 1024; // bytes
 constexpr int clientTimeout = 5000; // milliseconds
+constexpr int endLimit = 1000; // milliseconds
 constexpr unsigned long connectRetryInterval = 20; // milliseconds
+const char question[] = "?"; // whether anybody is there; no message looks like it, since they come in base64
 const char acknowledgement[] = "ok\n";
 
-// Short, since a socket's path has room for about a hundred characters.
+// The same for every start of an executable by the same person.
 QString instanceName()
 {
-    QString folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
-    if (folder.isEmpty())
-        folder = QDir::tempPath();
     const QByteArray executableAndUser =
         QCoreApplication::applicationFilePath().toUtf8() + '\n' + QByteArray::number(::getuid());
     const QByteArray identity = QCryptographicHash::hash(executableAndUser, QCryptographicHash::Sha256);
-    return folder + QStringLiteral("/fourfold-") + QString::fromLatin1(identity.toHex().left(16));
+    return QStringLiteral("fourfold-") + QString::fromLatin1(identity.toHex().left(16));
+}
+
+// Sends a line over a connection of its own; true when it was acknowledged in time.
+bool deliver(const QString &socketName, const QByteArray &line, const QDeadlineTimer &deadline)
+{
+    const auto remaining = [&deadline] { return static_cast<int>(deadline.remainingTime()); };
+    QLocalSocket socket;
+    socket.connectToServer(socketName);
+    if (!socket.waitForConnected(remaining()))
+        return false;
+    socket.write(line + '\n');
+    while (!socket.canReadLine()) {
+        if (deadline.hasExpired() || !socket.waitForReadyRead(remaining()))
+            return false;
+    }
+    return socket.readLine() == acknowledgement;
 }
 
 } // namespace
@@ -38,12 +53,21 @@ QString instanceName()
 QtSingleApplication::QtSingleApplication(int &argc, char **argv, bool /*guiEnabled*/)
     : QApplication(argc, argv)
 {
+    const QString socketEnding = QStringLiteral(".socket");
     const QString name = instanceName();
-    m_socketName = name + QStringLiteral(".socket");
-    m_lock = std::make_unique<QLockFile>(name + QStringLiteral(".lock"));
-    // The lock of a living process is never stale, however long it runs; that of a dead one always is.
-    m_lock->setStaleLockTime(0);
-    m_lock->tryLock(0);
+    const QString folder = instanceFolder(name.size() + socketEnding.size());
+    // Where there is no place to meet, every start is the first.
+    if (folder.isEmpty())
+        return;
+    const QString path = folder + QLatin1Char('/') + name;
+    m_socketName = path + socketEnding;
+    m_lock = std::make_unique<InstanceLock>(path + QStringLiteral(".lock"));
+    // An instance that is about to end holds the lock until it has saved the options, and answers no more.
+    const QDeadlineTimer deadline(endLimit);
+    while (isRunning() && !deliver(m_socketName, question, deadline) && !deadline.hasExpired()) {
+        QThread::msleep(connectRetryInterval);
+        m_lock->tryLock();
+    }
     if (isRunning())
         return;
 
@@ -62,30 +86,20 @@ QtSingleApplication::~QtSingleApplication() = default;
 
 bool QtSingleApplication::isRunning() const
 {
-    // A lock that cannot be made at all must not keep the application from starting.
-    return !m_lock->isLocked() && m_lock->error() == QLockFile::LockFailedError;
+    return m_lock && m_lock->isHeldElsewhere();
 }
 
 bool QtSingleApplication::sendMessage(const QString &message, int timeout)
 {
     const QDeadlineTimer deadline(timeout);
-    const auto remaining = [&deadline] { return static_cast<int>(deadline.remainingTime()); };
-
-    QLocalSocket socket;
-    do {
-        socket.connectToServer(m_socketName);
-        if (socket.waitForConnected(remaining()))
-            break;
+    const QByteArray line = message.toUtf8().toBase64();
+    while (!deliver(m_socketName, line, deadline)) {
+        if (deadline.hasExpired())
+            return false;
         // The other instance holds the lock already but may not listen yet.
         QThread::msleep(connectRetryInterval);
-    } while (!deadline.hasExpired());
-
-    socket.write(message.toUtf8().toBase64() + '\n');
-    while (!socket.canReadLine()) {
-        if (deadline.hasExpired() || !socket.waitForReadyRead(remaining()))
-            return false;
     }
-    return socket.readLine() == acknowledgement;
+    return true;
 }
 
 void QtSingleApplication::setActivationWindow(QWidget *window, bool activateOnMessage)
@@ -112,11 +126,12 @@ void QtSingleApplication::welcome(QLocalSocket *client)
     QTimer::singleShot(clientTimeout, client, &QLocalSocket::abort);
     const auto read = [this, client] {
         if (client->canReadLine()) {
-            const QString message = QString::fromUtf8(QByteArray::fromBase64(client->readLine().trimmed()));
+            const QByteArray line = client->readLine().trimmed();
             client->write(acknowledgement);
             client->flush();
             client->disconnectFromServer();
-            emit messageReceived(message);
+            if (line != question)
+                emit messageReceived(QString::fromUtf8(QByteArray::fromBase64(line)));
         } else if (client->bytesAvailable() >= maximumMessageSize) {
             client->abort();
         }

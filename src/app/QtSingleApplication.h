@@ -5,14 +5,14 @@
 
 #include <memory>
 
+class InstanceLock;
 class QLocalServer;
 class QLocalSocket;
-class QLockFile;
 
 // One running instance for each executable and user, for platforms whose packages lack the library of this name: a lock
 // file that a crash cannot leave behind, and a local socket that only the same user may open. The instance that holds
 // the lock receives messages from the moment it is constructed.
-class QtSingleApplication final : public QApplication
+class QtSingleApplication : public QApplication
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(QtSingleApplication)
@@ -40,7 +40,7 @@ private:
     void welcome(QLocalSocket *client);
 
     QString m_socketName;
-    std::unique_ptr<QLockFile> m_lock;
+    std::unique_ptr<InstanceLock> m_lock;
     std::unique_ptr<QLocalServer> m_server;
     QPointer<QWidget> m_activationWindow;
 };

@@ -1,8 +1,10 @@
 #include "app/SkMainWindow.h"
 
+#include "app/HelpMenu.h"
 #include "app/Skin.h"
+#include "framework/ScreenFit.h"
 #include "framework/SkAboutDialog.h"
-#include "framework/SkMessageBox.h"
+#include "framework/SkinFiles.h"
 #include "settings/CAppSetting.h"
 #include "update/LiveUpdateDialog.h"
 
@@ -12,9 +14,7 @@
 #include <QDesktopServices>
 #include <QGuiApplication>
 #include <QHoverEvent>
-#include <QIcon>
 #include <QKeyEvent>
-#include <QMenu>
 #include <QMenuBar>
 #include <QMouseEvent>
 #include <QScreen>
@@ -22,26 +22,14 @@
 #include <QUrl>
 #include <QWindow>
 
-namespace {
-
-constexpr int resizeBorder = 5; // pixels
-
-constexpr Qt::CursorShape regionCursors[] = {
-    Qt::ArrowCursor,     Qt::SizeVerCursor,   Qt::SizeHorCursor,   Qt::SizeVerCursor,   Qt::SizeHorCursor,
-    Qt::SizeBDiagCursor, Qt::SizeFDiagCursor, Qt::SizeBDiagCursor, Qt::SizeFDiagCursor,
-};
-
-} // namespace
-
 SkMainWindow::SkMainWindow(QWidget *parent, Qt::WindowFlags flags)
     : QMainWindow(parent, flags)
     , ui(std::make_unique<Ui::SkMainWindow>())
     , m_pSetting(CAppSetting::instance())
 {
     ui->setupUi(this);
-    const QIcon icon(QCoreApplication::applicationDirPath() + QStringLiteral("/icon/app.ico"));
-    ui->icon_label->setPixmap(icon.pixmap(32, 32, QIcon::Normal, QIcon::Off));
-    setWindowIcon(icon);
+    ui->icon_label->setPixmap(applicationIcon().pixmap(QSize(32, 32), QIcon::Normal, QIcon::Off));
+    setWindowIcon(applicationIcon());
     ui->revert_pushButton->hide();
 
     setWindowFlags(windowFlags() & ~Qt::WindowMinimizeButtonHint);
@@ -54,7 +42,12 @@ SkMainWindow::SkMainWindow(QWidget *parent, Qt::WindowFlags flags)
     ui->menuBar_frame->hide();
     ui->windowTitle_frame->hide();
 
-    buildHelpMenu();
+    auto *menuBar = new QMenuBar(this);
+    m_pHelpMenu = new HelpMenu(this, menuBar);
+    menuBar->addMenu(m_pHelpMenu);
+    // Without a global menu bar it takes the top row of the window, above the form.
+    if (!menuBar->isNativeMenuBar())
+        setMenuWidget(menuBar);
     ui->framePage->hide();
 
     // The quit command where no menu of the platform offers it; not every platform has a standard key for it.
@@ -67,6 +60,8 @@ SkMainWindow::~SkMainWindow() = default;
 void SkMainWindow::showMainWindow()
 {
     setTitle();
+    if (!m_pSetting->maximization)
+        fitToScreen(*this);
     show();
     windowHandle()->installEventFilter(this);
 }
@@ -114,36 +109,6 @@ void SkMainWindow::revertWindowSize()
     ui->revert_pushButton->hide();
 }
 
-void SkMainWindow::buildHelpMenu()
-{
-    auto *menuBar = new QMenuBar(this);
-    // Without a global menu bar it takes the top row of the window.
-    if (!menuBar->isNativeMenuBar())
-        ui->verticalLayout->insertWidget(0, menuBar);
-    m_pHelpMenu = new QMenu(tr("Help"), menuBar);
-    menuBar->addMenu(m_pHelpMenu);
-
-    const auto makeAction = [this](const QString &text, const QString &icon, void (SkMainWindow::*slot)()) {
-        auto *action = new QAction(QIcon(m_pSetting->getSkinPath(false) + icon), text, m_pHelpMenu);
-        connect(action, &QAction::triggered, this, slot);
-        return action;
-    };
-    auto *about = makeAction(tr("About"), QStringLiteral("about_icon.png"), &SkMainWindow::on_actionAbout_triggered);
-    auto *onlineHelp =
-        makeAction(tr("Online Help"), QStringLiteral("help_icon.png"), &SkMainWindow::on_actionHelp_triggered);
-    auto *checkUpdate =
-        makeAction(tr("Check Update"), QStringLiteral("update_icon.png"), &SkMainWindow::on_actionUpdate_triggered);
-
-    onlineHelp->setShortcut(QKeySequence::HelpContents);
-    onlineHelp->setAutoRepeat(false);
-
-    m_pHelpMenu->addAction(onlineHelp);
-    m_pHelpMenu->addSeparator();
-    m_pHelpMenu->addAction(checkUpdate);
-    m_pHelpMenu->addSeparator();
-    m_pHelpMenu->addAction(about);
-}
-
 void SkMainWindow::on_actionAbout_triggered()
 {
     SkAboutDialog dialog(this);
@@ -166,30 +131,18 @@ void SkMainWindow::on_actionHelp_triggered()
 
 void SkMainWindow::closeEvent(QCloseEvent *event)
 {
-    if (ui->widgetMain->isDownloading()) {
-        SkMessageBox question(this, SkMessageBox::DialogType_Question,
-                              tr("Downloads are still running and will be left incomplete. Quit all the same?"));
-        question.setWindowTitle(m_pSetting->getFullProductName());
-        question.setBtnText(tr("Quit"));
-        if (question.exec() != QDialog::Accepted) {
-            event->ignore();
-            return;
-        }
-    }
-    QMainWindow::closeEvent(event);
+    event->setAccepted(ui->widgetMain->mayQuit());
 }
 
 bool SkMainWindow::event(QEvent *event)
 {
     switch (event->type()) {
-    case QEvent::MouseButtonPress: {
-        const auto *press = static_cast<QMouseEvent *>(event);
-        if (press->button() == Qt::LeftButton) {
+    case QEvent::MouseButtonPress:
+        if (const auto *press = static_cast<QMouseEvent *>(event); press->button() == Qt::LeftButton) {
             m_bLeftButtonDown = true;
             m_lastGlobalPos = press->globalPos();
         }
         break;
-    }
     case QEvent::MouseButtonRelease:
         if (static_cast<QMouseEvent *>(event)->button() == Qt::LeftButton)
             m_bLeftButtonDown = false;
@@ -200,12 +153,17 @@ bool SkMainWindow::event(QEvent *event)
     case QEvent::HoverMove:
         hover(*static_cast<QHoverEvent *>(event));
         break;
-    case QEvent::MouseMove: {
-        const auto *move = static_cast<QMouseEvent *>(event);
-        m_bLeftButtonDown = m_bLeftButtonDown && move->buttons().testFlag(Qt::LeftButton);
-        drag(move->globalPos());
+    case QEvent::MouseMove:
+        // Moves without the button come too, from widgets that have no use for them.
+        if (m_bLeftButtonDown)
+            drag(static_cast<QMouseEvent *>(event)->globalPos());
         break;
-    }
+    case QEvent::WindowBlocked:
+    case QEvent::WindowDeactivate:
+        // The release goes to what has come between.
+        m_bLeftButtonDown = false;
+        m_isResizing = false;
+        break;
     default:
         break;
     }
@@ -216,10 +174,8 @@ bool SkMainWindow::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched != windowHandle() || !isForFrame(*event))
         return QMainWindow::eventFilter(watched, event);
-    if (event->type() == QEvent::MouseButtonPress)
-        m_isResizing = true;
-    else if (event->type() == QEvent::MouseButtonRelease)
-        m_isResizing = false;
+    m_isResizing =
+        event->type() == QEvent::MouseButtonPress || (m_isResizing && event->type() != QEvent::MouseButtonRelease);
     this->event(event);
     return true;
 }
@@ -229,18 +185,18 @@ bool SkMainWindow::isForFrame(const QEvent &event) const
     switch (event.type()) {
     case QEvent::MouseButtonPress: {
         const auto &press = static_cast<const QMouseEvent &>(event);
-        return press.button() == Qt::LeftButton && !m_pSetting->maximization && m_resizeRegion != None
-            && regionAt(press.pos()) == m_resizeRegion;
+        return press.button() == Qt::LeftButton && !m_pSetting->maximization && m_resizeRegion != WindowEdges::None
+            && WindowEdges::regionAt(press.pos(), size()) == m_resizeRegion;
     }
     case QEvent::MouseMove:
-        return m_isResizing && static_cast<const QMouseEvent &>(event).buttons().testFlag(Qt::LeftButton);
+        return m_isResizing;
     case QEvent::MouseButtonRelease:
         return m_isResizing && static_cast<const QMouseEvent &>(event).button() == Qt::LeftButton;
     case QEvent::MouseButtonDblClick: {
         // The menu bar stands where the band is, and has no use for a double-click beside its entries.
         const QPoint pos = static_cast<const QMouseEvent &>(event).pos();
         const auto *menuBar = qobject_cast<QMenuBar *>(childAt(pos));
-        return menuBar && !menuBar->actionAt(menuBar->mapFrom(this, pos));
+        return m_isResizing || (menuBar && !menuBar->actionAt(menuBar->mapFrom(this, pos)));
     }
     default:
         return false;
@@ -249,7 +205,7 @@ bool SkMainWindow::isForFrame(const QEvent &event) const
 
 void SkMainWindow::keyPressEvent(QKeyEvent *event)
 {
-    if (event->key() == Qt::Key_F12 && !event->isAutoRepeat())
+    if (event->key() == Qt::Key_F12)
         loadQSS();
     QWidget::keyPressEvent(event);
 }
@@ -269,77 +225,26 @@ void SkMainWindow::toggleMaximized(const QMouseEvent &doubleClick)
         revertWindowSize();
     else
         maximize(false);
-    m_resizeRegion = None;
+    m_bLeftButtonDown = false;
     setCursor(Qt::ArrowCursor);
-}
-
-SkMainWindow::ResizeRegion SkMainWindow::regionAt(const QPoint &pos) const
-{
-    const bool isLeft = pos.x() >= 0 && pos.x() < resizeBorder;
-    const bool isTop = pos.y() >= 0 && pos.y() < resizeBorder;
-    const bool isRight = pos.x() > width() - resizeBorder && pos.x() <= width();
-    const bool isBottom = pos.y() > height() - resizeBorder && pos.y() <= height();
-
-    if (isLeft && isBottom)
-        return BottomLeft;
-    if (isTop && isRight)
-        return TopRight;
-    if (isLeft && isTop)
-        return TopLeft;
-    if (isLeft)
-        return Left;
-    if (isTop)
-        return Top;
-    if (isBottom && isRight)
-        return BottomRight;
-    if (isRight)
-        return Right;
-    return isBottom ? Bottom : None;
 }
 
 void SkMainWindow::hover(const QHoverEvent &event)
 {
     if (m_pSetting->maximization || m_bLeftButtonDown)
         return;
-    m_resizeRegion = regionAt(event.posF().toPoint());
-    setCursor(regionCursors[m_resizeRegion]);
+    m_resizeRegion = WindowEdges::regionAt(event.posF().toPoint(), size());
+    setCursor(WindowEdges::cursorFor(m_resizeRegion));
 }
 
 void SkMainWindow::drag(const QPoint &globalPos)
 {
-    // Moves without the button come too, from widgets that have no use for them, and after a release that a modal
-    // dialog has kept from the window.
-    if (!m_bLeftButtonDown || globalPos == m_lastGlobalPos || m_resizeRegion == None)
-        return;
-    const bool movesLeft = m_resizeRegion == Left || m_resizeRegion == TopLeft || m_resizeRegion == BottomLeft;
-    const bool movesRight = m_resizeRegion == Right || m_resizeRegion == TopRight || m_resizeRegion == BottomRight;
-    const bool movesTop = m_resizeRegion == Top || m_resizeRegion == TopLeft || m_resizeRegion == TopRight;
-    const bool movesBottom = m_resizeRegion == Bottom || m_resizeRegion == BottomLeft || m_resizeRegion == BottomRight;
-
-    const QPoint travel = globalPos - m_lastGlobalPos;
-    QSize newSize = size();
-    QPoint newPos = pos();
-    // A dimension that would reach its minimum stays, and the pointer has to come back before it moves again.
-    if (movesLeft || movesRight) {
-        const int newWidth = width() + (movesLeft ? -travel.x() : travel.x());
-        if (newWidth > minimumSize().width()) {
-            newSize.setWidth(newWidth);
-            m_lastGlobalPos.setX(globalPos.x());
-            if (movesLeft)
-                newPos.setX(globalPos.x());
-        }
-    }
-    if (movesTop || movesBottom) {
-        const int newHeight = height() + (movesTop ? -travel.y() : travel.y());
-        if (newHeight > minimumSize().height()) {
-            newSize.setHeight(newHeight);
-            m_lastGlobalPos.setY(globalPos.y());
-            if (movesTop)
-                newPos.setY(globalPos.y());
-        }
-    }
-    if (newSize != size())
-        resize(newSize);
-    if (newPos != pos())
-        move(newPos);
+    const QRect before(pos(), size());
+    const auto [after, last] =
+        WindowEdges::dragged({before, m_lastGlobalPos}, m_resizeRegion, globalPos, minimumSize());
+    m_lastGlobalPos = last;
+    if (after.size() != before.size())
+        resize(after.size());
+    if (after.topLeft() != before.topLeft())
+        move(after.topLeft());
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/WindowEdges.h"
+
 #include <QMainWindow>
 #include <QPoint>
 
@@ -18,7 +20,7 @@ class SkMainWindow;
 // The application's only top-level window: the page host, the Help menu, and a frame of the window's own that resizes
 // it from its edges and maximises it by a double-click near the top. Position, size and the maximised state are
 // options.
-class SkMainWindow final : public QMainWindow
+class SkMainWindow : public QMainWindow
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(SkMainWindow)
@@ -53,20 +55,16 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
-    enum ResizeRegion { None, Top, Right, Bottom, Left, TopRight, BottomRight, BottomLeft, TopLeft };
-
-    void buildHelpMenu();
     [[nodiscard]] bool isForFrame(const QEvent &event) const;
     void toggleMaximized(const QMouseEvent &doubleClick);
     void hover(const QHoverEvent &event);
     void drag(const QPoint &globalPos);
-    [[nodiscard]] ResizeRegion regionAt(const QPoint &pos) const;
 
     const std::unique_ptr<Ui::SkMainWindow> ui;
     CAppSetting *const m_pSetting;
     bool m_bLeftButtonDown = false;
     QPoint m_lastGlobalPos;
-    ResizeRegion m_resizeRegion = None;
+    WindowEdges::ResizeRegion m_resizeRegion = WindowEdges::None;
     LiveUpdateDialog *m_pLiveUpdateDialog = nullptr; // a child, made by the first check
     QMenu *m_pHelpMenu = nullptr; // a child of the menu bar
     bool m_isResizing = false; // the frame has taken the press

@@ -1,6 +1,6 @@
 #include "app/Skin.h"
 
-#include "settings/CAppSetting.h"
+#include "framework/SkinFiles.h"
 
 #include <QApplication>
 #include <QFile>
@@ -16,7 +16,7 @@ void registerResource()
 
 void applyStyleSheet()
 {
-    QFile file(CAppSetting::instance()->getSkinPath(false) + QStringLiteral("skin.css"));
+    QFile file(skinFile(QStringLiteral("skin.css")));
     QByteArray bytes;
     if (file.open(QIODevice::ReadOnly))
         bytes = file.readAll();
@@ -27,8 +27,7 @@ void applyStyleSheet()
         QApplication::setPalette(palette);
     }
     // A zero byte ends the sheet.
-    qApp->setStyleSheet(
-        QString::fromUtf8(bytes.constData(), static_cast<int>(qstrnlen(bytes.constData(), bytes.size()))));
+    qApp->setStyleSheet(QString::fromUtf8(bytes.constData()));
 }
 
 } // namespace Skin

@@ -1,23 +1,23 @@
+#include "app/ProcessSetup.h"
 #include "app/Skin.h"
 #include "app/SkMainWindow.h"
+#include "app/StandardStreams.h"
 #include "app/TerminationSignals.h"
 #include "settings/CAppSetting.h"
 
 #include <QtSingleApplication>
 
+#include <cstdio>
+
 int main(int argc, char *argv[])
 {
-    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
-    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-
-    // Widgets are painted without OpenGL; loading its drivers would double the time to the first frame and the memory.
-    const bool choosesGraphics = qEnvironmentVariableIsSet("QT_XCB_GL_INTEGRATION");
-    if (!choosesGraphics)
-        qputenv("QT_XCB_GL_INTEGRATION", "none");
+    StandardStreams::makeSafe();
+    ProcessSetup::prepare();
 
     QtSingleApplication application(argc, argv, true);
     if (application.isRunning()) {
-        application.sendMessage(QStringLiteral("Wake up!"), 5000);
+        if (!application.sendMessage(QStringLiteral("Wake up!"), 5000))
+            std::fputs("fourfold: another instance is running but does not answer\n", stderr);
         return 0;
     }
 
@@ -25,15 +25,20 @@ int main(int argc, char *argv[])
 
     const TerminationSignals terminationSignals;
     // The product's identity and the options come before any window.
-    static_cast<void>(CAppSetting::instance());
+    CAppSetting::instance()->makeDefaultOutputFolder();
     Skin::registerResource();
     Skin::applyStyleSheet();
 
-    SkMainWindow window(nullptr, {});
-    window.showMainWindow();
-    // Programs that are opened from here choose for themselves.
-    if (!choosesGraphics)
-        qunsetenv("QT_XCB_GL_INTEGRATION");
-    application.setActivationWindow(&window, true);
-    return application.exec();
+    int result = 0;
+    {
+        SkMainWindow window(nullptr, {});
+        window.showMainWindow();
+        ProcessSetup::forgetGraphics();
+        application.setActivationWindow(&window, true);
+        result = application.exec();
+    }
+    // While this instance holds its lock: the next one reads them. The end of the process may have to wait for the
+    // system, which looks up a host name without regard to anybody.
+    CAppSetting::instance()->saveOptions();
+    return result;
 }
