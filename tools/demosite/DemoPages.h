@@ -5,6 +5,7 @@
 #include <QList>
 #include <QPair>
 #include <QString>
+#include <QStringList>
 
 // Builds the site's HTML in the shapes that an analyser of such pages has to cope with.
 namespace DemoPages {
@@ -15,11 +16,12 @@ struct Row
     QString title;
 };
 
-// Puts the player configuration on one long line with that many bytes of other markup around it.
-QByteArray watchPage(const QJsonObject &args, int paddingBytes);
-QByteArray watchPlaylistPage(const QJsonObject &args, const QList<Row> &rows, int paddingBytes);
+QByteArray page(const QString &title, const QString &bodyHtml);
+// Puts the player configuration on one long line with about that many bytes of other markup around it, and the
+// playlist, if any, below it.
+QByteArray watchPage(const QJsonObject &args, const QList<Row> &playlist, int paddingBytes);
 QByteArray playlistPage(const QList<Row> &rows);
-QByteArray plainPage(const QString &title, const QString &bodyHtml);
+QList<Row> numbered(const QStringList &ids);
 QString streamMap(const QList<QPair<int, QString>> &itagAndUrl);
 
 } // namespace DemoPages

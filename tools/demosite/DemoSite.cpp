@@ -1,167 +1,208 @@
 #include "DemoSite.h"
 
-#include <algorithm>
-#include <cstring>
-#include <iterator>
-#include <optional>
-
-#include <QDir>
+#include <QCryptographicHash>
 #include <QFile>
-#include <QUrl>
-#include <QUrlQuery>
+#include <QtEndian>
 
-#include "RandomStream.h"
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstring>
+#include <functional>
+
+#include <httplib.h>
 
 namespace {
 
-constexpr int demoPadding = 1000 * 1000;
+constexpr auto host = "127.0.0.1";
+constexpr int connections = 128; // each has a thread while it is open
+constexpr time_t idleSeconds = 1; // the end of the server waits for as long where the library is an old one
+constexpr size_t requestsPerConnection = 1000000;
+constexpr int pagePadding = 300 * 1000; // bytes
+constexpr auto paceStep = std::chrono::milliseconds(25);
 
-struct Video
+const QList<DemoPages::Row> &demoVideos()
 {
-    QString id;
-    QString title;
-    QString author;
-    int seconds;
-};
+    static const QList<DemoPages::Row> all{
+        {QStringLiteral("testcard-01"), QStringLiteral("Test card with sweep tone")},
+        {QStringLiteral("testcard-02"), QStringLiteral("한국어 \"따옴표\" & AC/DC: Ça va? 🎬")},
+        {QStringLiteral("Test_card03"), QStringLiteral("Colours, counters <and> moving squares; 1/2 or 100%25?")},
+        {QStringLiteral("testcard-04"),
+         QStringLiteral("A title so long that no column holds it: bars, squares, a counter, a tone that rises, and "
+                        "nothing else for twelve seconds")},
+    };
+    return all;
+}
 
 struct Format
 {
     int itag;
-    QString file;
-    bool behindRedirect;
+    const char *file;
+    const char *type;
+    const char *path;
 };
 
-const QList<Video> &videos()
+constexpr Format formats[] = {
+    {22, "testcard-720p.mp4", "video/mp4", "/videoplayback/"},
+    {18, "testcard-360p.mp4", "video/mp4", "/redirect/videoplayback/"},
+    {43, "testcard-360p.webm", "video/webm", "/videoplayback/"},
+    {36, "testcard-240p.3gp", "video/3gpp", "/videoplayback/"},
+};
+
+constexpr quint64 golden = 0x9e3779b97f4a7c15;
+
+// The finishing step of splitmix64, a bijection of 64-bit numbers.
+constexpr quint64 mix(quint64 z)
 {
-    static const QList<Video> all{
-        {QStringLiteral("testcard-01"), QStringLiteral("Test card with sweep tone"), QStringLiteral("Fourfold"), 12},
-        {QStringLiteral("testcard-02"), QStringLiteral("한국어 \"따옴표\" & AC/DC: Ça va? 🎬"),
-         QStringLiteral("시험 & Söhne"), 12},
-        {QStringLiteral("Test_card03"), QStringLiteral("Colours, counters <and> moving squares; 1/2 or 100%25?"),
-         QStringLiteral("Fourfold"), 12},
-        {QStringLiteral("testcard-04"),
-         QStringLiteral("A title so long that no column holds it: bars, squares, a "
-                        "counter, a tone that rises, and nothing else for twelve seconds"),
-         QStringLiteral("Fourfold"), 12},
+    z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9;
+    z = (z ^ (z >> 27)) * 0x94d049bb133111eb;
+    return z ^ (z >> 31);
+}
+
+// Endless bytes computed from seed and offset alone: no two aligned groups of eight in a stream are equal.
+void fillFromStream(quint64 seed, qint64 offset, char *to, qint64 length)
+{
+    // Mixing the seed first keeps the streams of neighbouring seeds from being shifts of each other.
+    const quint64 start = mix(seed);
+    while (length > 0) {
+        const quint64 word = qToLittleEndian(mix(start + (quint64(offset) / 8 + 1) * golden));
+        const qint64 skip = offset % 8;
+        const qint64 count = std::min(8 - skip, length);
+        std::memcpy(to, reinterpret_cast<const char *>(&word) + skip, size_t(count));
+        offset += count;
+        to += count;
+        length -= count;
+    }
+}
+
+qint64 number(const httplib::Request &request, const char *name, qint64 absent)
+{
+    const QByteArray text = QByteArray::fromStdString(request.get_param_value(name));
+    return request.has_param(name) ? std::max<qint64>(text.toLongLong(), 0) : absent;
+}
+
+using Streams = QList<QPair<int, QString>>;
+using Source = std::function<void(qint64 offset, char *to, qint64 length)>;
+
+// The library takes the asked ranges out of it.
+void send(const Source &source, qint64 size, const std::string &contentType, qint64 bytesPerSecond,
+          const httplib::Request &request, httplib::Response &response)
+{
+    // Not every version of the library looks whether there are so many bytes.
+    for (const auto &[first, last] : request.ranges) {
+        if (std::max(first, last) >= size) {
+            response.status = 416;
+            response.set_header("Content-Range", "bytes */" + std::to_string(size));
+            return;
+        }
+    }
+    if (size == 0) {
+        response.set_content(std::string(), contentType);
+        return;
+    }
+    using Clock = std::chrono::steady_clock;
+    response.set_content_provider(
+        size_t(size), contentType,
+        [source, bytesPerSecond, due = Clock::now()](size_t offset, size_t left, httplib::DataSink &sink) mutable {
+            std::array<char, 64 * 1024> piece;
+            qint64 length = qint64(std::min(left, piece.size()));
+            if (bytesPerSecond > 0) {
+                length = std::clamp<qint64>(bytesPerSecond / (std::chrono::seconds(1) / paceStep), 1, length);
+                // A slow reader gets no burst afterwards to make up for lost time.
+                due = std::max(due, Clock::now() - paceStep)
+                    + std::chrono::nanoseconds(std::chrono::seconds(length)) / bytesPerSecond;
+                std::this_thread::sleep_until(due);
+            }
+            source(qint64(offset), piece.data(), length);
+            return sink.write(piece.data(), size_t(length));
+        });
+}
+
+// Unlike the library's set_content(), it compresses nothing.
+void send(const QByteArray &bytes, const std::string &contentType, qint64 bytesPerSecond,
+          const httplib::Request &request, httplib::Response &response)
+{
+    const auto copy = [bytes](qint64 offset, char *to, qint64 length) {
+        std::memcpy(to, bytes.constData() + offset, size_t(length));
     };
-    return all;
-}
-
-const QList<Format> &formats()
-{
-    static const QList<Format> all{
-        {22, QStringLiteral("testcard-720p.mp4"), false},
-        {18, QStringLiteral("testcard-360p.mp4"), true},
-        {43, QStringLiteral("testcard-360p.webm"), false},
-        {36, QStringLiteral("testcard-240p.3gp"), false},
-    };
-    return all;
-}
-
-const Video *videoOf(const QString &id)
-{
-    const auto it =
-        std::find_if(videos().cbegin(), videos().cend(), [&id](const Video &video) { return video.id == id; });
-    return it == videos().cend() ? nullptr : &*it;
-}
-
-const Format *formatOf(int itag)
-{
-    const auto it = std::find_if(formats().cbegin(), formats().cend(),
-                                 [itag](const Format &format) { return format.itag == itag; });
-    return it == formats().cend() ? nullptr : &*it;
-}
-
-QByteArray mediaType(const QString &file)
-{
-    if (file.endsWith(QLatin1String(".webm")))
-        return QByteArrayLiteral("video/webm");
-    if (file.endsWith(QLatin1String(".3gp")))
-        return QByteArrayLiteral("video/3gpp");
-    return QByteArrayLiteral("video/mp4");
-}
-
-HttpAnswer html(const QByteArray &body)
-{
-    HttpAnswer answer;
-    answer.body = body;
-    return answer;
-}
-
-HttpAnswer plain(int status, const QByteArray &text)
-{
-    HttpAnswer answer;
-    answer.status = status;
-    answer.contentType = QByteArrayLiteral("text/plain; charset=utf-8");
-    answer.body = text;
-    return answer;
-}
-
-HttpAnswer fromPage(const DemoSite::Page &page)
-{
-    HttpAnswer answer;
-    answer.status = page.status;
-    answer.body = page.body;
-    answer.contentType = page.contentType;
-    answer.headers = page.headers;
-    return answer;
-}
-
-QList<DemoPages::Row> numberedRows(const QStringList &ids)
-{
-    QList<DemoPages::Row> rows;
-    for (const QString &id : ids)
-        rows.append({id, QStringLiteral("Video \"%1\" & more").arg(rows.size() + 1)});
-    return rows;
+    send(copy, bytes.size(), contentType, bytesPerSecond, request, response);
 }
 
 } // namespace
 
-DemoSite::DemoSite()
-    : DemoSite(Options())
-{
-}
-
 DemoSite::DemoSite(const Options &options)
     : m_options(options)
-    , m_server([this](const Request &request) { return answer(request); })
+    , m_server(std::make_unique<httplib::Server>())
 {
+    m_server->new_task_queue = [] { return new httplib::ThreadPool(connections); };
+    m_server->set_tcp_nodelay(true);
+    m_server->set_keep_alive_timeout(idleSeconds);
+    m_server->set_keep_alive_max_count(requestsPerConnection);
+    // The library's default lets a second server share a port that is taken.
+    m_server->set_socket_options([this](socket_t listening) {
+        const int yes = 1;
+        ::setsockopt(listening, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+        m_listening = listening;
+    });
+    addRoutes();
 }
 
-DemoSite::~DemoSite() = default;
+DemoSite::~DemoSite()
+{
+    m_server->stop();
+    if (m_thread.joinable())
+        m_thread.join();
+}
 
 bool DemoSite::start()
 {
-    if (!loadMedia())
+    int port = m_options.port;
+    if (port == 0)
+        port = m_server->bind_to_any_port(host);
+    else if (!m_server->bind_to_port(host, port))
+        port = -1;
+    if (port < 0) {
+        m_errorString = QStringLiteral("Port %1 cannot be opened; is it taken?").arg(m_options.port);
         return false;
-    if (m_server.start(m_options.port))
-        return true;
-    m_errorString = m_server.errorString();
-    return false;
+    }
+    m_address = QStringLiteral("http://%1:%2").arg(QLatin1String(host), QString::number(port));
+    addPages();
+    // The library lets five connections wait, too few for many downloads at once.
+    ::listen(m_listening, connections);
+    m_thread = std::thread([this] { m_server->listen_after_bind(); });
+    // Before that, stop() does nothing.
+    while (!m_server->is_running())
+        std::this_thread::yield();
+    return true;
 }
 
-QString DemoSite::errorString() const
+QStringList DemoSite::demoVideoIds() const
 {
-    return m_errorString;
+    QStringList ids;
+    for (const DemoPages::Row &video : demoVideos())
+        ids.append(video.id);
+    return ids;
 }
 
-QString DemoSite::address() const
+QString DemoSite::mediaFileFor(const QString &videoId, int itag) const
 {
-    return QStringLiteral("http://127.0.0.1:%1").arg(m_server.port());
+    for (const Format &format : formats) {
+        if (format.itag == itag && demoVideoIds().contains(videoId))
+            return QString::fromLatin1(format.file);
+    }
+    return {};
+}
+
+QByteArray DemoSite::mediaFile(const QString &name) const
+{
+    QFile file(QStringLiteral(FOURFOLD_DEMOSITE_MEDIA "/") + name);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 void DemoSite::setPage(const QString &pathAndQuery, const Page &page)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_pages.insert(pathAndQuery, page);
-}
-
-void DemoSite::setUpdateReply(const QByteArray &body, int status)
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_updateReply.body = body;
-    m_updateReply.status = status;
-    m_updateReplySet = true;
 }
 
 QVector<DemoSite::Request> DemoSite::requests() const
@@ -176,266 +217,117 @@ void DemoSite::clearRequests()
     m_requests.clear();
 }
 
-QString DemoSite::videoAddress() const
-{
-    return address() % QStringLiteral("/watch?v=") % videos().constFirst().id;
-}
-
-QString DemoSite::playlistAddress() const
-{
-    return address() % QStringLiteral("/playlist?list=DEMO");
-}
-
-QString DemoSite::watchPlaylistAddress() const
-{
-    return videoAddress() % QStringLiteral("&list=DEMO");
-}
-
-QString DemoSite::updateAddress() const
-{
-    return address() % QStringLiteral("/update?ver=%1");
-}
-
-QStringList DemoSite::demoVideoIds() const
-{
-    QStringList ids;
-    for (const Video &video : videos())
-        ids.append(video.id);
-    return ids;
-}
-
-QStringList DemoSite::playlistVideoIds() const
-{
-    return demoVideoIds().mid(0, 3);
-}
-
-QString DemoSite::mediaFileFor(const QString &videoId, int itag) const
-{
-    const Format *format = formatOf(itag);
-    return videoOf(videoId) && format ? format->file : QString();
-}
-
-QByteArray DemoSite::mediaFile(const QString &name) const
-{
-    return m_media.value(name);
-}
-
-QByteArray DemoSite::watchPage(const QJsonObject &args, int paddingBytes)
-{
-    return DemoPages::watchPage(args, paddingBytes);
-}
-
-QByteArray DemoSite::watchPlaylistPage(const QJsonObject &args, const QStringList &ids, int paddingBytes)
-{
-    return DemoPages::watchPlaylistPage(args, numberedRows(ids), paddingBytes);
-}
-
-QByteArray DemoSite::playlistPage(const QStringList &ids)
-{
-    return DemoPages::playlistPage(numberedRows(ids));
-}
-
-QString DemoSite::streamMap(const QList<QPair<int, QString>> &itagAndUrl)
-{
-    return DemoPages::streamMap(itagAndUrl);
-}
-
 QByteArray DemoSite::streamBytes(quint64 seed, qint64 offset, qint64 length)
 {
-    return RandomStream::bytes(seed, offset, length);
+    QByteArray result(int(length), Qt::Uninitialized);
+    fillFromStream(seed, offset, result.data(), length);
+    return result;
 }
 
 QByteArray DemoSite::streamSha256(quint64 seed, qint64 size)
 {
-    return RandomStream::sha256(seed, size);
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    constexpr qint64 piece = 1 << 20;
+    for (qint64 offset = 0; offset < size; offset += piece)
+        hash.addData(streamBytes(seed, offset, std::min(piece, size - offset)));
+    return hash.result().toHex();
 }
 
-bool DemoSite::loadMedia()
+void DemoSite::addPages()
 {
-    const QDir folder(QStringLiteral(FOURFOLD_DEMOSITE_MEDIA));
-    for (const Format &format : formats()) {
-        QFile file(folder.filePath(format.file));
-        if (!file.open(QIODevice::ReadOnly)) {
-            m_errorString = QStringLiteral("%1: %2").arg(file.fileName(), file.errorString());
-            return false;
+    const auto add = [this](const QString &path, const QByteArray &body) {
+        setPage(path, {200, body, "text/html; charset=utf-8", {}});
+    };
+    const auto addVideo = [this, add](const DemoPages::Row &video, int seconds, const Streams &streams) {
+        const QString path = QStringLiteral("/watch?v=") + video.id;
+        const QJsonObject args{
+            {QStringLiteral("video_id"), video.id},
+            {QStringLiteral("title"), video.title},
+            {QStringLiteral("author"), QStringLiteral("시험 & Söhne")},
+            {QStringLiteral("thumbnail_url"), QString(m_address + QStringLiteral("/thumbnail.jpg"))},
+            {QStringLiteral("loadedUrl"), QString(m_address + path)},
+            {QStringLiteral("length_seconds"), QString::number(seconds)},
+            {QStringLiteral("url_encoded_fmt_stream_map"), streamMap(streams)},
+        };
+        add(path, watchPage(args, pagePadding));
+        add(path + QStringLiteral("&list=DEMO"), DemoPages::watchPage(args, demoVideos().mid(0, 3), pagePadding));
+    };
+    for (const DemoPages::Row &video : demoVideos()) {
+        Streams streams;
+        for (const Format &format : formats)
+            streams.append({format.itag, m_address + QLatin1String(format.path) + QLatin1String(format.file)});
+        addVideo(video, 12, streams);
+    }
+    addVideo({QStringLiteral("broken"), QStringLiteral("A stream that breaks off")}, 61,
+             {{22, m_address + QStringLiteral("/stream?size=3000000&seed=1&rate=0&broken")}});
+    addVideo({QStringLiteral("gone"), QStringLiteral("A stream that is gone")}, 61,
+             {{22, m_address + QStringLiteral("/removed")}});
+    setPage(QStringLiteral("/removed"), {410, {}, "text/plain", {}});
+    add(QStringLiteral("/watch"), DemoPages::page(QStringLiteral("Demo site"), QStringLiteral("No such video.\n")));
+
+    add(QStringLiteral("/playlist"), DemoPages::playlistPage({}));
+    add(QStringLiteral("/playlist?list=DEMO"), DemoPages::playlistPage(demoVideos().mid(0, 3)));
+    add(QStringLiteral("/download"),
+        DemoPages::page(QStringLiteral("Download"), QStringLiteral("There is no newer build: this is a demo.\n")));
+    add(QStringLiteral("/update/latest"), QByteArrayLiteral("latest"));
+    setUpdateReply(QStringLiteral("<product name=\"Video Downloader\" version=\"9.0.0\" url=\"%1/download\">"
+                                  "Video Downloader 9.0.0<br/>\n"
+                                  "- Downloads arrive before they are asked for<br/>\n"
+                                  "- Four ranges &amp; one file, as ever<br/>\n"
+                                  "- <b>Fixes</b> for faults that nobody has seen yet\n"
+                                  "</product>")
+                       .arg(m_address)
+                       .toUtf8());
+}
+
+void DemoSite::addRoutes()
+{
+    using Answered = httplib::Server::HandlerResponse;
+    m_server->set_pre_routing_handler([this](const auto &request, auto &response) {
+        Request known{QByteArray::fromStdString(request.method), QByteArray::fromStdString(request.target), {}};
+        for (const auto &[name, value] : request.headers)
+            known.headers.insert(QByteArray::fromStdString(name).toLower(), QByteArray::fromStdString(value));
+        const QString target = QString::fromUtf8(known.target);
+
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_requests.append(known);
+        auto page = m_pages.constFind(target);
+        if (page == m_pages.constEnd())
+            page = m_pages.constFind(target.section(QLatin1Char('?'), 0, 0));
+        if (page == m_pages.constEnd())
+            return Answered::Unhandled;
+        response.status = page->status;
+        for (const auto &[name, value] : page->headers)
+            response.set_header(name.toStdString(), value.toStdString());
+        send(page->body, page->contentType.toStdString(), 0, request, response);
+        return Answered::Handled;
+    });
+    for (const Format &format : formats) {
+        m_server->Get(std::string("/videoplayback/") + format.file,
+                      [this, format](const auto &request, auto &response) {
+                          send(mediaFile(QString::fromLatin1(format.file)), format.type, m_options.bytesPerSecond,
+                               request, response);
+                      });
+    }
+    m_server->Get("/stream", [this](const auto &request, auto &response) {
+        const qint64 size = number(request, "size", 0);
+        const qint64 first = request.ranges.empty() ? 0 : request.ranges.front().first;
+        if (request.has_param("broken") && first >= size / 2 && first < size / 4 * 3) {
+            response.status = 403;
+            return;
         }
-        m_media.insert(format.file, file.readAll());
-    }
-    return true;
-}
-
-HttpAnswer DemoSite::answer(const Request &request)
-{
-    const QString target = QString::fromUtf8(request.target);
-    const QString path = target.section(QLatin1Char('?'), 0, 0);
-    const QString queryText = target.section(QLatin1Char('?'), 1);
-    const QUrlQuery query(queryText);
-    const auto value = [&query](const QString &key) { return query.queryItemValue(key, QUrl::FullyDecoded); };
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_requests.append(request);
-        const auto whole = m_pages.constFind(target);
-        const auto found = whole == m_pages.constEnd() ? m_pages.constFind(path) : whole;
-        if (found != m_pages.constEnd())
-            return fromPage(*found);
-    }
-
-    const QString media = QStringLiteral("/videoplayback/");
-    if (path == QLatin1String("/"))
-        return indexPage();
-    if (path == QLatin1String("/watch"))
-        return watchPageFor(value(QStringLiteral("v")), value(QStringLiteral("list")));
-    if (path == QLatin1String("/playlist")) {
-        const bool known = value(QStringLiteral("list")) == QLatin1String("DEMO");
-        return html(DemoPages::playlistPage(known ? playlistRows() : QList<DemoPages::Row>()));
-    }
-    if (path.startsWith(media))
-        return mediaStream(path.mid(media.size()));
-    if (path == QLatin1String("/stream"))
-        return randomStream(queryText);
-    if (path == QLatin1String("/loop"))
-        return redirect(302, target);
-    for (const auto &[prefix, status] :
-         {qMakePair(QStringLiteral("/redirect"), 302), qMakePair(QStringLiteral("/redirect301"), 301)}) {
-        if (path.startsWith(prefix % QLatin1Char('/')))
-            return redirect(status, target.mid(prefix.size()));
-    }
-    if (path == QLatin1String("/update"))
-        return updateReply();
-    if (path == QLatin1String("/update/latest"))
-        return plain(200, QByteArrayLiteral("latest"));
-    if (path == QLatin1String("/download"))
-        return html(DemoPages::plainPage(QStringLiteral("Download"),
-                                         QStringLiteral("<p>There is no newer build: this is a demo.</p>\n")));
-    return plain(404, QByteArrayLiteral("Not found\n"));
-}
-
-HttpAnswer DemoSite::indexPage() const
-{
-    const auto item = [](const QString &address, const QString &text) {
-        return QStringLiteral("<li>%1: <a href=\"%2\">%2</a></li>\n")
-            .arg(text.toHtmlEscaped(), address.toHtmlEscaped());
+        const auto fill = [seed = quint64(number(request, "seed", 0))](qint64 offset, char *to, qint64 length) {
+            fillFromStream(seed, offset, to, length);
+        };
+        const qint64 rate = number(request, "rate", m_options.bytesPerSecond);
+        send(fill, size, "application/octet-stream", rate, request, response);
+    });
+    const auto addRedirect = [this](const char *pattern, int status, size_t prefix) {
+        m_server->Get(pattern, [this, status, prefix](const auto &request, auto &response) {
+            response.set_redirect(m_address.toStdString() + request.target.substr(prefix), status);
+        });
     };
-    QString list;
-    for (const Video &video : videos())
-        list += item(address() % QStringLiteral("/watch?v=") % video.id, video.title);
-    list += item(playlistAddress(), QStringLiteral("Playlist"));
-    list += item(watchPlaylistAddress(), QStringLiteral("Video within the playlist"));
-    return html(DemoPages::plainPage(
-        QStringLiteral("Demo site"),
-        QStringLiteral("<h1>Demo site</h1>\n<p>Addresses to paste into the application:</p>\n<ul>\n%1</ul>\n")
-            .arg(list)));
-}
-
-HttpAnswer DemoSite::watchPageFor(const QString &id, const QString &list) const
-{
-    if (!videoOf(id)) {
-        return html(DemoPages::plainPage(QStringLiteral("Video unavailable"),
-                                         QStringLiteral("<h1>This video is unavailable.</h1>\n")));
-    }
-    if (list == QLatin1String("DEMO"))
-        return html(DemoPages::watchPlaylistPage(argsOf(id), playlistRows(), demoPadding));
-    return html(DemoPages::watchPage(argsOf(id), demoPadding));
-}
-
-HttpAnswer DemoSite::mediaStream(const QString &name) const
-{
-    const auto found = m_media.constFind(name);
-    if (found == m_media.constEnd())
-        return plain(404, QByteArrayLiteral("Not found\n"));
-    HttpAnswer answer;
-    answer.contentType = mediaType(name);
-    answer.size = found->size();
-    answer.bytesPerSecond = m_options.bytesPerSecond;
-    answer.fill = [data = *found](qint64 offset, char *to, qint64 length) {
-        std::memcpy(to, data.constData() + offset, size_t(length));
-    };
-    return answer;
-}
-
-HttpAnswer DemoSite::randomStream(const QString &queryText) const
-{
-    const QUrlQuery query(queryText);
-    const auto number = [&query](const QString &key, qint64 absent) -> std::optional<qint64> {
-        if (!query.hasQueryItem(key))
-            return absent;
-        bool isNumber = false;
-        const qint64 value = query.queryItemValue(key).toLongLong(&isNumber);
-        return isNumber && value >= 0 ? std::optional<qint64>(value) : std::nullopt;
-    };
-    const auto size = number(QStringLiteral("size"), 0);
-    const auto rate = number(QStringLiteral("rate"), m_options.bytesPerSecond);
-    bool seedIsNumber = false;
-    const quint64 seed = query.queryItemValue(QStringLiteral("seed")).toULongLong(&seedIsNumber);
-    if (!size || !rate || (!seedIsNumber && query.hasQueryItem(QStringLiteral("seed"))))
-        return plain(400, QByteArrayLiteral("Expected /stream?size=N&seed=S[&rate=R]\n"));
-
-    HttpAnswer answer;
-    answer.contentType = QByteArrayLiteral("application/octet-stream");
-    answer.size = *size;
-    answer.bytesPerSecond = *rate;
-    answer.fill = [seed](qint64 offset, char *to, qint64 length) { RandomStream::fill(seed, offset, to, length); };
-    return answer;
-}
-
-HttpAnswer DemoSite::updateReply() const
-{
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_updateReplySet)
-            return fromPage(m_updateReply);
-    }
-    HttpAnswer answer = html(QStringLiteral("<product name=\"Video Downloader\" version=\"9.0.0\" url=\"%1/download\">"
-                                            "Video Downloader 9.0.0<br/>\n"
-                                            "- Downloads arrive before they are asked for<br/>\n"
-                                            "- Four ranges &amp; one file, as ever<br/>\n"
-                                            "- <b>Fixes</b> for faults that nobody has seen yet\n"
-                                            "</product>")
-                                 .arg(address())
-                                 .toUtf8());
-    answer.contentType = QByteArrayLiteral("text/xml; charset=utf-8");
-    return answer;
-}
-
-HttpAnswer DemoSite::redirect(int status, const QString &target) const
-{
-    HttpAnswer answer = plain(status, QByteArrayLiteral("Moved\n"));
-    answer.headers.append({QByteArrayLiteral("Location"), (address() % target).toUtf8()});
-    return answer;
-}
-
-QJsonObject DemoSite::argsOf(const QString &id) const
-{
-    const Video *video = videoOf(id);
-    QList<QPair<int, QString>> streams;
-    for (const Format &format : formats())
-        streams.append({format.itag, streamAddress(id, format.itag)});
-    return {
-        {QStringLiteral("video_id"), video->id},
-        {QStringLiteral("title"), video->title},
-        {QStringLiteral("author"), video->author},
-        {QStringLiteral("thumbnail_url"),
-         QString(address() % QStringLiteral("/vi/") % id % QStringLiteral("/default.jpg"))},
-        {QStringLiteral("loadedUrl"), QString(address() % QStringLiteral("/watch?v=") % id)},
-        {QStringLiteral("length_seconds"), QString::number(video->seconds)},
-        {QStringLiteral("keywords"), QStringLiteral("test,card,<demo>")},
-        {QStringLiteral("allow_ratings"), 1},
-        {QStringLiteral("url_encoded_fmt_stream_map"), streamMap(streams)},
-    };
-}
-
-QString DemoSite::streamAddress(const QString &id, int itag) const
-{
-    const Format *format = formatOf(itag);
-    return address() % (format->behindRedirect ? QStringLiteral("/redirect") : QString())
-        % QStringLiteral("/videoplayback/") % format->file % QStringLiteral("?id=") % id % QStringLiteral("&itag=")
-        % QString::number(itag);
-}
-
-QList<DemoPages::Row> DemoSite::playlistRows() const
-{
-    QList<DemoPages::Row> rows;
-    for (const QString &id : playlistVideoIds())
-        rows.append({id, videoOf(id)->title});
-    return rows;
+    addRedirect("/loop", 302, 0);
+    addRedirect("/redirect/.*", 302, std::strlen("/redirect"));
+    addRedirect("/redirect301/.*", 301, std::strlen("/redirect301"));
 }
