@@ -8,7 +8,9 @@
 #include <cstdio>
 #include <cstdlib>
 
-// What every fuzz target shares.
+// What every fuzz target shares. Each defines these two; start() is called once, before the first input.
+void start(int &argc, char **argv);
+void check(const QByteArray &input);
 
 // Ends the process with a finding unless the condition holds, in every kind of build.
 #define FUZZ_VERIFY(condition)                                                                                         \
@@ -19,17 +21,19 @@
         }                                                                                                              \
     } while (false)
 
-// The input without a copy; it must not outlive the call.
-inline QByteArray inputOf(const uint8_t *data, size_t size)
+// One source of each target includes this.
+// NOLINTNEXTLINE(misc-definitions-in-headers)
+extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 {
-    return QByteArray::fromRawData(reinterpret_cast<const char *>(data), static_cast<int>(size));
-}
-
-// Debug lines would cost more than what is tested.
-inline void silence()
-{
+    // Debug lines would cost more than what is tested.
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    start(*argc, *argv);
+    return 0;
 }
 
-extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv);
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
+// NOLINTNEXTLINE(misc-definitions-in-headers)
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    check(QByteArray(reinterpret_cast<const char *>(data), static_cast<int>(size)));
+    return 0;
+}

@@ -9,7 +9,6 @@
 #include <QCoreApplication>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QNetworkProxy>
 #include <QNetworkReply>
 #include <QTcpServer>
 #include <QTimer>
@@ -17,26 +16,20 @@
 
 #include <memory>
 
-int LLVMFuzzerInitialize(int *argc, char ***argv)
+void start(int &argc, char **argv)
 {
-    silence();
-    static QCoreApplication application(*argc, *argv);
-    // Should a probe start all the same, it ends here.
-    QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), 1));
-
+    static QCoreApplication application(argc, argv);
     QTcpServer silent;
-    silent.setProxy(QNetworkProxy::NoProxy);
     FUZZ_VERIFY(silent.listen(QHostAddress::LocalHost));
     QTimer::singleShot(0, &application, &QCoreApplication::quit);
     QUrl address(QStringLiteral("http://127.0.0.1:%1/").arg(silent.serverPort()));
     const std::unique_ptr<QNetworkReply> reply(NetworkManager::getInstance()->head(address));
     FUZZ_VERIFY(NetworkManager::getInstance()->isInterrupted());
-    return 0;
 }
 
-int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void check(const QByteArray &json)
 {
-    QJsonObject config = QJsonDocument::fromJson(inputOf(data, size)).object();
+    QJsonObject config = QJsonDocument::fromJson(json).object();
     const VideoItem video(config);
     video.printInfo();
     FUZZ_VERIFY(!video.getAvailaibleFormats().isEmpty());
@@ -47,5 +40,4 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
             Utility::ReplaceBadCharOfFileName(video.getTitle() + QLatin1Char('.') + format.getExtension());
         FUZZ_VERIFY(!name.contains(QLatin1Char('/')) && name != QLatin1String(".."));
     }
-    return 0;
 }

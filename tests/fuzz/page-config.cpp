@@ -3,16 +3,10 @@
 #include "fuzz/Fuzzing.h"
 #include "youtube/PlayerConfig.h"
 
-int LLVMFuzzerInitialize(int *, char ***)
-{
-    silence();
-    return 0;
-}
+void start(int &, char **) { }
 
-int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void check(const QByteArray &body)
 {
-    const QByteArray body = inputOf(data, size);
     if (PlayerConfig::fromPage(body))
         FUZZ_VERIFY(body.contains("ytplayer.config = ") && body.contains(";ytplayer.load"));
-    return 0;
 }

@@ -1,95 +1,57 @@
+#include "settings/CAppSetting.h"
 #include "settings/FileNames.h"
 #include "settings/Sizes.h"
+#include "support/Files.h"
+#include "support/TestMain.h"
+#include "support/TextTable.h"
 
-#include <QDate>
-#include <QDir>
-#include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
+#include <QDebug>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QTest>
+
+#include <cstdio>
+#include <cstdlib>
 
 namespace {
 
-const QByteArray acme = QByteArrayLiteral("companyName=Acme\r\nproductName=Video Box\r\n");
-
-// What the probe sets on "change".
-const QByteArray changed =
-    "{'windowPoint':[-7,40], 'windowSize':[1000,700], 'maximization':true, 'auto_update':3, "
-    "'lastCheckDate':'2020-02-29', 'outputPath':'/videos/한국어; \\'a\\'=b/', 'downloadiCloudPath':'/cloud/', "
-    "'backupFilePath':'/backup/'}";
-
-void write(const QString &path, const QByteArray &content)
+// A process of its own, since settings live once a process: prints the options, and changes them, and does not come to
+// its normal end where that is wished.
+int probe(int argc, char *argv[])
 {
-    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), qint64(content.size()));
+    const QCoreApplication application(argc, argv);
+    CAppSetting &setting = *CAppSetting::instance();
+    QString options;
+    QDebug(&options).noquote() << setting.windowPoint << setting.windowSize << setting.maximization
+                               << setting.auto_update << setting.lastCheckDate.toString(Qt::ISODate)
+                               << setting.outputPath << setting.backupFilePath << setting.downloadiCloudPath;
+    std::puts(options.toUtf8().constData());
+    std::fflush(stdout);
+    const QStringList wishes = QCoreApplication::arguments();
+    if (wishes.contains("change"_s)) {
+        setting.windowPoint = QPoint(-7, 40);
+        setting.windowSize = QSize(1000, 700);
+        setting.maximization = true;
+        setting.auto_update = 3;
+        setting.lastCheckDate = QDate(2020, 2, 29);
+        setting.outputPath = "/한국어; \"a\"=b/"_s;
+        setting.backupFilePath = "/backup/"_s;
+        setting.downloadiCloudPath = "/cloud/"_s;
+    }
+    if (wishes.contains("crash"_s))
+        std::_Exit(0);
+    return 0;
 }
 
-QByteArray contents(const QString &path)
+QString optionsOf(const QString &home, const QStringList &wishes)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("HOME"_s, home);
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.start(QCoreApplication::applicationFilePath(), QStringList("probe"_s) + wishes);
+    process.waitForFinished();
+    return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
 }
-
-// An installed product and a home of its own for the person who uses it.
-class Product final
-{
-public:
-    explicit Product(const QByteArray &information)
-    {
-        QVERIFY(QDir().mkpath(home()));
-        QVERIFY(QFile::copy(QStringLiteral(SETTINGS_PROBE), program()));
-        if (!information.isNull())
-            write(m_folder.filePath(QStringLiteral("settings.dat")), information);
-    }
-
-    [[nodiscard]] QString home() const { return m_folder.filePath(QStringLiteral("home")); }
-    [[nodiscard]] QByteArray log() const { return m_log; }
-
-    // Runs the product once; what it printed must hold the expected fields: JSON with single quotes, HOME for the
-    // person's home and TODAY for the date.
-    void compare(const QStringList &wishes, const QByteArray &expected)
-    {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("HOME"), home());
-        environment.remove(QStringLiteral("XDG_CONFIG_HOME"));
-        QDate today;
-        QProcess process;
-        process.setProcessEnvironment(environment);
-        do {
-            today = QDate::currentDate();
-            process.start(program(), wishes);
-            QVERIFY(process.waitForFinished());
-        } while (today != QDate::currentDate());
-        m_log = process.readAllStandardError();
-        QVERIFY2(process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0, m_log.constData());
-
-        QByteArray json = expected;
-        json.replace('\'', '"').replace("HOME", home().toUtf8()).replace("TODAY", today.toString(Qt::ISODate).toUtf8());
-        const QJsonObject fields = QJsonDocument::fromJson(json).object();
-        QVERIFY(!fields.isEmpty());
-        m_printed = QJsonDocument::fromJson(process.readAllStandardOutput()).object();
-        for (auto field = fields.begin(); field != fields.end(); ++field) {
-            const QString text = m_printed.value(field.key()).toVariant().toString();
-            QVERIFY2(m_printed.value(field.key()) == field.value(),
-                     qPrintable(field.key() + QStringLiteral(": ") + text));
-        }
-    }
-    [[nodiscard]] QString optionsPath() const
-    {
-        return m_printed.value(QStringLiteral("appHome")).toString() + QStringLiteral("User.dat");
-    }
-
-private:
-    [[nodiscard]] QString program() const { return m_folder.filePath(QStringLiteral("settings-probe")); }
-
-    QTemporaryDir m_folder;
-    QByteArray m_log;
-    QJsonObject m_printed;
-};
 
 } // namespace
 
@@ -98,151 +60,142 @@ class TestSettings final : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase()
+    {
+        m_company = CAppSetting::instance()->companyName;
+        m_options = CAppSetting::instance()->appHome.mid(QDir::homePath().size()) + "User.dat"_s;
+    }
+
     void sizeText_data()
     {
-        QTest::addColumn<quint64>("bytes");
-        QTest::addColumn<QString>("text");
-
-        const auto row = [](quint64 bytes, const char *text) {
-            QTest::newRow(text) << bytes << QString::fromUtf8(text);
-        };
-        row(0, "0.00 B");
-        row(1024, "1024.00 B");
-        row(1025, "1.00 KB");
-        row(1536, "1.50 KB");
-        row(1048576, "1024.00 KB");
-        row(1048577, "1.00 MB");
-        row(1073741824, "1024.00 MB");
-        row(1073741825, "1.00 GB");
-        row(5368709120, "5.00 GB");
-        row(~0ULL, "17179869184.00 GB");
+        textTable("text",
+                  {"0 -> 0.00 B", "1024 -> 1024.00 B", "1025 -> 1.00 KB", "1536 -> 1.50 KB", "1048576 -> 1024.00 KB",
+                   "1048577 -> 1.00 MB", "1073741824 -> 1024.00 MB", "1073741825 -> 1.00 GB",
+                   "18446744073709551615 -> 17179869184.00 GB"});
     }
-    void sizeText()
-    {
-        QFETCH(quint64, bytes);
-        QTEST(Utility::NumberToSizeStr(bytes), "text");
-    }
+    void sizeText() { QTEST(Utility::NumberToSizeStr(QByteArray(QTest::currentDataTag()).toULongLong()), "text"); }
 
     void fileName_data()
     {
-        QTest::addColumn<QString>("cleaned");
-
-        const auto row = [](const char *title, const char *cleaned) {
-            QTest::newRow(title) << QString::fromUtf8(cleaned);
-        };
-        row("AC/DC: Live?", "ACDC Live");
-        row("a<b>|c", "abc");
-        row("\\/:*?\"<>|", "");
-        row(" .. .", " .. .");
-        row("한국어*🎬\t'é'", "한국어🎬\t'é'");
+        textTable("cleaned",
+                  {"AC/DC: Live? -> ACDC Live", "\\/:*?\"<>| -> ", " .. . ->  .. .", "한국어*🎬\t'é' -> 한국어🎬\t'é'"});
     }
-    void fileName() { QTEST(Utility::ReplaceBadCharOfFileName(QString::fromUtf8(QTest::currentDataTag())), "cleaned"); }
-
-    void loads_data()
+    void fileName()
     {
-        QTest::addColumn<QByteArray>("information"); // null where the file is missing
-        QTest::addColumn<QByteArray>("options"); // the same
-        QTest::addColumn<QByteArray>("expected");
+        QTEST(Utility::ReplaceBadCharOfFileName(QString::fromUtf8(QTest::currentDataTag())), "cleaned");
+        QCOMPARE(Utility::fittingFileName(".profile"_s + QChar::Null + ".mp4"_s), ".profile.mp4"_s);
+    }
 
-        const auto product = [](const char *name, const QByteArray &information, const QByteArray &expected) {
-            QTest::newRow(name) << information << QByteArray() << expected;
+    void identity_data()
+    {
+        QTest::addColumn<QByteArray>("file");
+        QTest::addColumn<QString>("fields"); // those that are not empty
+
+        const auto row = [](const char *name, const QByteArray &file, const char *fields) {
+            QTest::newRow(name) << file << QString::fromUtf8(fields);
         };
-        product(
-            "complete",
-            acme
-                + "version=3.0.12\r\nbuildNum=7\r\ncopyright=© 2026 Acme\r\ncompanyURL=https://acme.example/?a=b\r\n"
-                  "productURL=https://acme.example/box\r\nhelpURL=https://acme.example/help\r\n"
-                  "supportEmail=help@acme.example\r\nsalesEmail=sales@acme.example\r\n"
-                  "updateAddress=https://acme.example/check?ver=%1\r\nicloudPrivacyX=no\r\n"
-                  "icloudPrivacy=https://acme.example/privacy\r\ncolour=blue\r\n\r\n",
-            "{'companyName':'Acme', 'productName':'Video Box', 'version':'3.0.12', 'buildNum':'7', "
-            "'copyright':'© 2026 Acme', 'companyURL':'https://acme.example/?a=b', "
-            "'productURL':'https://acme.example/box', 'helpURL':'https://acme.example/help', "
-            "'supportEmail':'help@acme.example', 'salesEmail':'sales@acme.example', "
-            "'updateAddress':'https://acme.example/check?ver=3012', 'icloudPrivacy':'https://acme.example/privacy', "
-            "'fullProductName':'Acme Video Box', 'skinPath':':/', 'formatFilterLength':1349, "
-            "'supportLink':'<a href = help@acme.example>help@acme.example</a>', "
-            "'homePageLink':'<a href = https://acme.example/?a=b>https://acme.example/?a=b</a>'}");
-        product("missing", {},
-                "{'companyName':'', 'fullProductName':' ', 'updateAddress':'', "
-                "'appHome':'HOME/Library/Application Support///'}");
-        product("bare line feeds make one line", "companyName=Acme\nproductName=Box\ncompanyName=Other",
-                "{'companyName':'Acme\\nproductName=Box\\nOther', 'productName':''}");
-        product("blanks around the equals sign", "companyName = Acme\r\n productName=Box",
-                "{'companyName':'companyName = Acme', 'productName':''}");
-        product("key text in the value", "productName=Video productName=Box", "{'productName':'Video Box'}");
-        product("key given twice", "companyName=A\r\ncompanyName=B", "{'companyName':'B'}");
-        product("other case", "CompanyName=A", "{'companyName':''}");
-        product("version after the address", "updateAddress=https://a.example/?ver=%1\r\nversion=3.0",
-                "{'updateAddress':'https://a.example/?ver='}");
-        product("address without a placeholder", "version=3.0\r\nupdateAddress=https://a.example/?v",
-                "{'updateAddress':'https://a.example/?v'}");
-        product("address with percent escapes",
-                "version=3.0\r\nupdateAddress=https://a.example/a%20b%2Fc%E2?v=%1&d=100%",
-                "{'updateAddress':'https://a.example/a%20b%2Fc%E2?v=30&d=100%'}");
-        product("zero byte ends its chunk",
-                QByteArray("companyName=Acme\0\r\nproductName=lost\r\n", 37).leftJustified(10240, 'x')
-                    + "Ltd\r\nproductName=Box",
-                "{'companyName':'AcmeLtd', 'productName':'Box'}");
-        // The first chunk ends after the first of three bytes.
-        product("character across the chunk's end",
-                QByteArray(10240 - 15, '-') + "\r\ncompanyName=한국\r\nproductName=Box",
-                "{'companyName':'한국', 'productName':'Box'}");
-        product("several chunks", "helpURL=" + QByteArray(30000, 'h') + "\r\nproductName=Box",
-                "{'productName':'Box', 'helpURL':'" + QByteArray(30000, 'h') + "'}");
+        row("complete",
+            "companyName=Acme\r\nproductName=Box\r\nversion=3.0.12\r\nbuildNum=7\r\ncopyright=© 2026\r\n"
+            "companyURL=c?a=b\r\nproductURL=p\r\nhelpURL=h\r\nsupportEmail=s@a\r\nsalesEmail=m@a\r\n"
+            "updateAddress=u?ver=%1\r\nicloudPrivacyX=no\r\nicloudPrivacy=i\r\ncolour=blue\r\n\r\n",
+            "Acme|Box|3.0.12|7|© 2026|c?a=b|p|h|s@a|m@a|u?ver=3012|i");
+        row("bare line feeds make one line", "companyName=A\nproductName=B\ncompanyName=C", "A\nproductName=B\nC");
+        row("blanks around the equals sign", "companyName = A\r\n productName=B", "companyName = A");
+        row("version after the address", "updateAddress=u?%1\r\nversion=3.0", "3.0|u?");
+        row("address with percent escapes", "version=3.0\r\nupdateAddress=a%20b?v=%1&d=100%", "3.0|a%20b?v=30&d=100%");
+        row("zero byte ends its chunk",
+            QByteArray("companyName=A\0\r\nproductName=lost\r\n", 33).leftJustified(10240, 'x') + "B", "AB");
+        row("character across the chunks", QByteArray(10240 - 15, '-') + "\r\ncompanyName=한국", "한국");
+    }
+    void identity()
+    {
+        QFETCH(QByteArray, file);
+        CAppSetting &setting = *CAppSetting::instance();
+        QString *const fields[] = {&setting.companyName, &setting.productName,   &setting.version,
+                                   &setting.buildNum,    &setting.copyright,     &setting.companyURL,
+                                   &setting.productURL,  &setting.helpURL,       &setting.supportEmail,
+                                   &setting.salesEmail,  &setting.updateAddress, &setting.icloudPrivacy};
+        for (QString *field : fields)
+            field->clear();
+        const QTemporaryDir folder;
+        QByteArray path = folder.filePath("설정.dat"_s).toUtf8();
+        QVERIFY(writeFile(QString::fromUtf8(path), file));
+        std::FILE *const stream = std::fopen(path.constData(), "r");
+        QCOMPARE(setting.length(stream), file.size());
+        std::fclose(stream);
+        setting.parseProductInformation(setting.code(path.data()));
+        QStringList found;
+        for (const QString *field : fields)
+            found += *field;
+        found.removeAll(QString());
+        QTEST(found.join(QLatin1Char('|')), "fields");
+    }
 
-        const QByteArray fresh =
-            "{'windowPoint':[0,0], 'windowSize':[874,585], 'maximization':false, 'auto_update':2, "
-            "'lastCheckDate':'TODAY', 'outputPath':'HOME/Videos/Acme/', 'downloadiCloudPath':'', "
-            "'backupFilePath':'HOME/Documents/', 'appHome':'HOME/Library/Application Support/Acme/Video Box/', "
-            "'iTunesBackupDir':'HOME/Library/Application Support/MobileSync/Backup', "
-            "'homePath':'HOME/Documents/Acme/Video Box/', "
-            "'logFilePath':'HOME/Library/Application Support/Acme/Video Box/Acme Video Box.log', "
-            "'appLogFilePath':'HOME/Library/Application Support/Acme/Video Box/Acme Video Box_App.log'}";
-        QByteArray random;
-        for (unsigned value = 1; random.size() < 20000; value = value * 1664525 + 1013904223)
-            random.append(static_cast<char>(value >> 24));
-        product("fresh person", acme, fresh);
-        QTest::newRow("options of random bytes") << acme << random << fresh;
-        QTest::newRow("options of zero bytes") << acme << QByteArray(5000, '\0') << fresh;
-        QTest::newRow("options with a section that never ends") << acme << QByteArray("[Gen") << fresh;
-        QTest::newRow("options of other types")
-            << acme
-            << QByteArray("[General]\nwindowPoint=here\nwindowSize=large\nmaximization=yes\nauto_update=often\n"
-                          "lastCheckDate=someday\noutputPath=5\nbackupFilePath=\n")
-            << QByteArray("{'windowPoint':[0,0], 'windowSize':[-1,-1], 'maximization':true, 'auto_update':0, "
-                          "'lastCheckDate':'', 'outputPath':'5', 'backupFilePath':'HOME/Documents/'}");
+    void formatFilter() // to the letter, odd blanks included
+    {
+        const QByteArray filter = CAppSetting::instance()->getFormatFilter().toUtf8();
+        QCOMPARE(QCryptographicHash::hash(filter, QCryptographicHash::Sha1).toHex().left(9), QByteArray("9e2ab7869"));
+    }
+
+    void onlyTheDefaultOutputFolderIsMade()
+    {
+        CAppSetting &setting = *CAppSetting::instance();
+        setting.parseProductInformation("companyName=A"_s);
+        for (const char *folder : {"/chosen/", "/Videos/A/"}) {
+            setting.outputPath = QDir::homePath() + QLatin1String(folder);
+            setting.makeDefaultOutputFolder();
+            QCOMPARE(QDir(setting.outputPath).exists(), qstrcmp(folder, "/Videos/A/") == 0);
+        }
+    }
+
+    void options_data()
+    {
+        QTest::addColumn<QByteArray>("stored"); // null for no file
+        QTest::addColumn<QString>("loaded");
+
+        const QString fresh = "QPoint(0,0) QSize(874, 585) false 2 %1 HOME/Videos/%2/ HOME/Documents/"_s.arg(
+            QDate::currentDate().toString(Qt::ISODate), m_company);
+        QTest::newRow("none") << QByteArray() << fresh;
+        QTest::newRow("folder that cannot be made") << QByteArray() << fresh;
+        QTest::newRow("a section that never ends") << QByteArray("[Gen") << fresh;
+        QTest::newRow("other types") << QByteArray(
+            "[General]\nwindowPoint=here\nwindowSize=large\nmaximization=yes\nauto_update=often\n"
+            "lastCheckDate=someday\noutputPath=5\nbackupFilePath=\n")
+                                     << "QPoint(0,0) QSize(-1, -1) true 0  5 HOME/Documents/";
     }
     // Only a normal exit saves the options, whatever stood there before.
-    void loads()
+    void options()
     {
-        QFETCH(QByteArray, information);
-        QFETCH(QByteArray, options);
-        QFETCH(QByteArray, expected);
-        Product product(information);
-        if (!options.isNull())
-            write(product.home() + QStringLiteral("/Library/Application Support/Acme/Video Box/User.dat"), options);
-        product.compare({QStringLiteral("crash")}, expected);
-        product.compare({QStringLiteral("change"), QStringLiteral("crash")}, changed);
-        QCOMPARE(contents(product.optionsPath()), options);
-        product.compare({QStringLiteral("change")}, changed);
-        product.compare({}, changed);
-        QVERIFY(contents(product.optionsPath()).contains("한국어"));
+        QFETCH(QByteArray, stored);
+        QFETCH(QString, loaded);
+        const QTemporaryDir home;
+        QString path = home.path() + m_options;
+        if (!stored.isNull())
+            QVERIFY(writeFile(path, stored));
+        if (qstrcmp(QTest::currentDataTag(), "folder that cannot be made") == 0) {
+            QVERIFY(writeFile(home.filePath("Library"_s), "in the way"));
+            path.replace("Library/Application Support"_s, "Documents"_s);
+        }
+        loaded.replace("HOME"_s, home.path());
+        QCOMPARE(optionsOf(home.path(), {"change"_s, "crash"_s}), loaded);
+        QCOMPARE(contents(path), stored.isNull() ? "unreadable" : stored);
+        QCOMPARE(optionsOf(home.path(), {"change"_s}), loaded);
+        QCOMPARE(optionsOf(home.path(), {}),
+                 QStringLiteral("QPoint(-7,40) QSize(1000, 700) true 3 2020-02-29 "
+                                "/한국어; \"a\"=b/ /backup/ /cloud/"));
+        QVERIFY(contents(path).contains("한국어"));
     }
 
-    // Permissions do not bind every person who runs the tests, but a file in a folder's place does.
-    void fallsBackToTheDocuments()
-    {
-        Product product(acme);
-        write(product.home() + QStringLiteral("/Library"), "in the way");
-        product.compare({QStringLiteral("change")}, "{'appHome':'HOME/Documents/Acme/Video Box/'}");
-        const QString line = QStringLiteral("QString CAppSetting::getAppHome() can't make dir: "
-                                            "\"%1/Library/Application Support/Acme/Video Box/\"")
-                                 .arg(product.home());
-        QVERIFY2(QString::fromUtf8(product.log()).contains(line), product.log().constData());
-        product.compare({}, changed);
-    }
+private:
+    QString m_company;
+    QString m_options; // path below the home
 };
 
-QTEST_GUILESS_MAIN(TestSettings)
+int main(int argc, char *argv[])
+{
+    if (argc > 1 && qstrcmp(argv[1], "probe") == 0)
+        return probe(argc, argv);
+    return runTests<QCoreApplication, TestSettings>(argc, argv);
+}
+
 #include "tst_settings.moc"
