@@ -36,6 +36,14 @@ namespace Figures {
     return seconds(usage.ru_utime) + seconds(usage.ru_stime);
 }
 
+// How often the threads of the process have been given the processor so far, ended threads included.
+[[nodiscard]] inline long contextSwitches()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_nvcsw + usage.ru_nivcsw;
+}
+
 inline void print(const QJsonObject &figures)
 {
     std::puts(QJsonDocument(figures).toJson(QJsonDocument::Compact).constData());

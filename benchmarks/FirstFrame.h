@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Figures.h"
-#include "support/ProcessFigures.h"
+#include "ProcessFigures.h"
 
 #include <QCoreApplication>
 #include <QEvent>

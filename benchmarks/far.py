@@ -17,11 +17,11 @@ import subprocess
 import sys
 import time
 
-import lab
+import servers
 
 DELAY = 0.025  # seconds, one way
-OWN, MIRRORED = "10.77.0.1", "10.77.0.2"
-PORTS = 8080, 8081
+OWN, MIRRORED = "10.77.0.1", servers.FAR
+PORTS = 8080, 8081, 8443, 8444
 TUNSETIFF, IFF_TUN, IFF_NO_PI = 0x400454CA, 0x0001, 0x1000
 
 
@@ -76,17 +76,16 @@ def main():
     folder, data = sys.argv[1:]
     ip("link", "set", "lo", "mtu", "1500", "up")
     device = None
-    own = host = "127.0.0.1"
+    own = host = servers.LOOPBACK
     if not emulator():
         device = open_mirror()
         own, host = OWN, MIRRORED
     way = "a mirror of packets in real time" if device else "tc netem"
-    configuration = lab.nginx_configuration(folder, data, own, *PORTS)
-    server = subprocess.Popen(["setpriv", "--pdeathsig", "TERM", "nginx", "-p", folder, "-e", "stderr", "-c",
-                               configuration])
+    configuration = servers.nginx_configuration(folder, own, PORTS, f"root {data};")
+    server = subprocess.Popen(["setpriv", "--pdeathsig", "TERM", *servers.nginx(folder, configuration)])
     try:
-        lab.wait_for_port(own, PORTS[1])
-        addresses = [f"http://{host}:{port}" for port in PORTS]
+        servers.wait_for_port(own, PORTS[-1])
+        addresses = servers.addresses(host, PORTS)
         print(json.dumps({"way": way, "addresses": addresses, "pid": os.getpid()}), flush=True)
         if device:
             mirror(device)

@@ -1,11 +1,13 @@
 // One download by the engine alone, with what it cost: fourfold-fetch ADDRESS FILE [SIZE]
 
 #include "Figures.h"
+#include "ProcessFigures.h"
+#include "Trust.h"
 
 #include "download/DownloadManager.h"
-#include "support/ProcessFigures.h"
 #include "youtube/Meta.h"
 
+#include <QByteArray>
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFile>
@@ -15,6 +17,7 @@
 int main(int argc, char *argv[])
 {
     const QCoreApplication application(argc, argv);
+    Trust::benchmarkAuthority();
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() < 3) {
         std::fputs("usage: fourfold-fetch ADDRESS FILE [SIZE]\n", stderr);
@@ -26,6 +29,10 @@ int main(int argc, char *argv[])
         meta.setSize(arguments.at(3).toInt());
     else
         meta.findVideoSize();
+
+    // From the images of a window the C library learns to keep freed memory of that size; without one it would hand the
+    // network's buffers back to the system piece by piece.
+    QByteArray(4 * 1024 * 1024, Qt::Uninitialized).clear();
 
     QObject page;
     ProcessFigures::resetPeak();

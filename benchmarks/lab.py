@@ -2,30 +2,28 @@
 
 import contextlib
 import dataclasses
-import getpass
 import json
 import os
 import pathlib
 import select
 import shutil
 import signal
-import socket
 import subprocess
 import sys
 import tempfile
-import time
+
+import servers
+from servers import Failure
 
 MB = 1_000_000
+MIB = 1 << 20
 HERE = pathlib.Path(__file__).resolve().parent
-
-
-class Failure(Exception):
-    """What was to be measured did not work."""
 
 
 @dataclasses.dataclass
 class Cost:
     started: float  # seconds of the machine's monotonic clock
+    first: float  # seconds until the watched file held bytes; 0 without one
     wall: float  # seconds
     user: float
     system: float
@@ -46,10 +44,14 @@ class Lab:
         self.disk = self._folder(self.programs.parent)
         self.data = self.memory / "data"
         self.data.mkdir()
+        servers.make_certificates(self.memory)
+        self.authority = self.memory / "authority.pem"
         home = self.memory / "home"
         (home / "run").mkdir(parents=True, mode=0o700)
         keep = {name: value for name, value in os.environ.items() if name in ("PATH", "LANG")}
         self.environment = {**keep, "HOME": str(home), "XDG_RUNTIME_DIR": str(home / "run"), "LC_ALL": "C.UTF-8",
+                            # As the application sets itself up, for the programs that measure its engine alone.
+                            "QT_NO_THREADED_GLIB": "1",
                             "no_proxy": "*", "QT_QPA_PLATFORM": "offscreen"}
 
     def __enter__(self):
@@ -73,6 +75,16 @@ class Lab:
         self._stack.callback(self._end, process)
         return process
 
+    @contextlib.contextmanager
+    def busy(self, count):
+        """That many processes that never rest run meanwhile."""
+        processes = [self.start(["sh", "-c", "while :; do :; done"]) for _ in range(count)]
+        try:
+            yield
+        finally:
+            for process in processes:
+                self._end(process)
+
     @staticmethod
     def _end(process):
         process.terminate()
@@ -82,8 +94,12 @@ class Lab:
             process.kill()
             process.wait()
 
-    def cost(self, command, display=None, timeout=60):
+    def cost(self, command, display=None, timeout=60, file=None):
+        command = [*(["--file", file] if file else []), *command]
         environment = dict(self.environment)
+        # Reading certificates costs time that http does not take.
+        if any(str(part).startswith("https:") for part in command):
+            environment["FOURFOLD_BENCH_CA"] = str(self.authority)
         if display:
             environment.update(QT_QPA_PLATFORM="xcb", DISPLAY=display)
         process = subprocess.Popen([self.program("cost"), *map(str, command)], stdout=subprocess.PIPE,
@@ -121,19 +137,23 @@ class Lab:
         fields = dict(line.split(":") for line in pathlib.Path("/proc/meminfo").read_text().splitlines())
         return min(int(fields["MemAvailable"].split()[0]) * 1024, shutil.disk_usage(self.memory).free)
 
-    def nginx(self, folder=None):
-        """Serves the data folder; returns two addresses: kept-alive connections, and a new one for each request."""
-        ports = free_ports(2)
-        configuration = nginx_configuration(self.memory, self.data, "127.0.0.1", *ports)
-        self.start(["nginx", "-p", self.memory, "-e", "stderr", "-c", configuration])
-        wait_for_port("127.0.0.1", ports[1])
-        return tuple(f"http://127.0.0.1:{port}" for port in ports)
+    def nginx(self, content=None):
+        """Serves the data folder, or what the given part of the configuration says; its addresses for each scheme."""
+        ports = servers.free_ports(4)
+        configuration = servers.nginx_configuration(self.memory, servers.LOOPBACK, ports,
+                                                    content or f"root {self.data};")
+        self.start(servers.nginx(self.memory, configuration))
+        servers.wait_for_port(servers.LOOPBACK, ports[-1])
+        return servers.addresses(servers.LOOPBACK, ports)
 
     def demo_site(self):
-        [port] = free_ports(1)
+        """Its address for each scheme: nginx in front of it turns http into https."""
+        [port] = servers.free_ports(1)
         self.start([self.program("demosite"), "--port", port], stdout=subprocess.DEVNULL)
-        wait_for_port("127.0.0.1", port)
-        return f"http://127.0.0.1:{port}"
+        servers.wait_for_port(servers.LOOPBACK, port)
+        site = f"http://{servers.LOOPBACK}:{port}"
+        proxy = self.nginx(f"location / {{ proxy_pass {site}; proxy_buffering off; proxy_http_version 1.1; }}")
+        return {"http": site, "https": proxy["https"][0]}
 
     def far_server(self):
         """nginx in a network of its own, a round trip of 50 ms away: how that is done, the addresses, and the prefix
@@ -160,47 +180,3 @@ class Lab:
 
 def first_line(stream, seconds):
     return stream.readline() if select.select([stream], [], [], seconds)[0] else b""
-
-
-def free_ports(count):
-    with contextlib.ExitStack() as stack:
-        probes = [stack.enter_context(socket.socket()) for _ in range(count)]
-        for probe in probes:
-            probe.bind(("127.0.0.1", 0))
-        return [probe.getsockname()[1] for probe in probes]
-
-
-def wait_for_port(host, port, seconds=10):
-    end = time.monotonic() + seconds
-    while time.monotonic() < end:
-        with contextlib.suppress(OSError), socket.create_connection((host, port), 1):
-            return
-        time.sleep(0.02)
-    raise Failure(f"no server came up on {host}:{port}")
-
-
-def nginx_configuration(folder, data, host, kept_alive_port, closing_port):
-    user = f"user {getpass.getuser()};" if os.geteuid() == 0 else ""
-    # The temporary folders of modules that are not used would otherwise be made in the system's places.
-    temporary = "".join(f"{module}_temp_path {folder}/nginx;" for module in
-                        ("client_body", "proxy", "fastcgi", "uwsgi", "scgi"))
-    path = pathlib.Path(folder) / f"nginx-{kept_alive_port}.conf"
-    path.write_text(f"""
-{user}
-daemon off;
-worker_processes 2;
-pid {folder}/nginx-{kept_alive_port}.pid;
-error_log stderr;
-events {{ worker_connections 512; }}
-http {{
-    access_log off;
-    sendfile on;
-    tcp_nopush on;
-    keepalive_requests 100000;
-    send_timeout 300s;
-    {temporary}
-    server {{ listen {host}:{kept_alive_port}; root {data}; }}
-    server {{ listen {host}:{closing_port}; root {data}; keepalive_timeout 0; }}
-}}
-""")
-    return path

@@ -1,6 +1,7 @@
 // Asks for the size of that many formats one after another: fourfold-probes COUNT ADDRESS
 
 #include "Figures.h"
+#include "Trust.h"
 
 #include "youtube/Meta.h"
 
@@ -12,6 +13,7 @@
 int main(int argc, char *argv[])
 {
     const QCoreApplication application(argc, argv);
+    Trust::benchmarkAuthority();
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() != 3) {
         std::fputs("usage: fourfold-probes COUNT ADDRESS\n", stderr);

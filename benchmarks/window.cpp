@@ -1,56 +1,23 @@
 // Downloads in the real main window, one for each address, all at once: fourfold-window FOLDER ADDRESS...
 
+#include "app/ProcessSetup.h"
 #include "Figures.h"
-
-#include "app/Skin.h"
-#include "app/SkMainWindow.h"
-#include "settings/CAppSetting.h"
-#include "support/ProcessFigures.h"
-#include "ui/DownloaderWidget.h"
+#include "PaintCounter.h"
+#include "ProcessFigures.h"
+#include "RealWindow.h"
+#include "Trust.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QTimer>
-#include <QTreeWidget>
 
 #include <algorithm>
 #include <cstdio>
-#include <limits>
 
 namespace {
 
-constexpr int itag = 22;
 constexpr int heartbeatInterval = 2; // milliseconds
-constexpr int settlingTime = 300; // milliseconds
 constexpr double longTurn = 50; // milliseconds
-
-// Counts what is painted while it lives.
-class PaintCounter final : public QObject
-{
-    Q_DISABLE_COPY_MOVE(PaintCounter)
-
-public:
-    explicit PaintCounter(QWidget &window)
-        : m_window(window)
-    {
-        qApp->installEventFilter(this);
-    }
-
-    bool eventFilter(QObject *watched, QEvent *event) override
-    {
-        if (event->type() == QEvent::UpdateRequest && watched == &m_window)
-            ++frames;
-        if (event->type() == QEvent::Paint && watched->isWidgetType())
-            ++widgets;
-        return false;
-    }
-
-    int frames = 0;
-    int widgets = 0;
-
-private:
-    QWidget &m_window;
-};
 
 // Measures the turns of the event loop by how late a timer's ticks come.
 class Heartbeat final : public QObject
@@ -86,78 +53,37 @@ private:
     QElapsedTimer m_clock;
 };
 
-void settle()
-{
-    QEventLoop loop;
-    QTimer::singleShot(settlingTime, &loop, &QEventLoop::quit);
-    loop.exec();
-}
-
-VideoItem videoOf(const QString &address, int index)
-{
-    Meta meta(itag, address);
-    meta.findVideoSize();
-    VideoItem video;
-    video.setTitle(QStringLiteral("video-%1").arg(index));
-    video.setLength(QStringLiteral("00:10:00"));
-    video.setAvailaibleFormats({meta});
-    return video;
-}
-
-int wholeRows(const QTreeWidget &list)
-{
-    int whole = 0;
-    const int progressColumn = list.columnCount() - 1;
-    for (int i = 0; i < list.topLevelItemCount(); ++i)
-        whole += list.topLevelItem(i)->toolTip(progressColumn).isEmpty() ? 1 : 0;
-    return whole;
-}
-
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
-    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    ProcessSetup::prepare();
     const QApplication application(argc, argv);
+    Trust::benchmarkAuthority();
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() < 3) {
         std::fputs("usage: fourfold-window FOLDER ADDRESS...\n", stderr);
         return 2;
     }
-    CAppSetting::instance()->outputPath = arguments.at(1);
-    Skin::registerResource();
-    Skin::applyStyleSheet();
-    SkMainWindow window;
-    window.showMainWindow();
-    auto *page = window.findChild<DownloaderWidget *>();
-    settle();
+    RealWindow window(arguments.at(1));
     // Before the first request, whose network access is part of what a download costs.
     ProcessFigures::resetPeak();
     const qint64 idleBytes = ProcessFigures::residentBytes();
 
     QVector<VideoItem> videos;
     for (int i = 2; i < arguments.size(); ++i)
-        videos.append(videoOf(arguments.at(i), i - 1));
+        videos.append(RealWindow::video(arguments.at(i), i - 1));
 
-    PaintCounter paints(window);
+    PaintCounter paints(window.window());
     Heartbeat heartbeat;
     const double processorBefore = Figures::processorSeconds();
     QElapsedTimer clock;
     clock.start();
     heartbeat.start();
     for (const VideoItem &video : qAsConst(videos))
-        QMetaObject::invokeMethod(page, "onStartDownload", Q_ARG(VideoItem, video), Q_ARG(int, itag));
+        window.startDownload(video);
+    window.waitForDownloads();
 
-    QTimer watch;
-    QObject::connect(&watch, &QTimer::timeout, page, [page] {
-        if (!page->isDownloading())
-            QCoreApplication::quit();
-    });
-    watch.start(heartbeatInterval);
-    QApplication::exec();
-
-    const int whole = wholeRows(*window.findChild<QTreeWidget *>());
     Figures::print({{QStringLiteral("wall"), double(clock.nsecsElapsed()) / 1e9},
                     {QStringLiteral("processor"), Figures::processorSeconds() - processorBefore},
                     {QStringLiteral("idle"), idleBytes},
@@ -166,5 +92,5 @@ int main(int argc, char *argv[])
                     {QStringLiteral("longTurns"), heartbeat.longTurns},
                     {QStringLiteral("frames"), paints.frames},
                     {QStringLiteral("paints"), paints.widgets}});
-    return whole == videos.size() ? 0 : 1;
+    return window.wholeDownloads() == videos.size() ? 0 : 1;
 }
