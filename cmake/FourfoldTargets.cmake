@@ -1,8 +1,7 @@
-# The one place for language level, warnings and Qt's strictness; every target links fourfold_options.
-set(CMAKE_CXX_STANDARD 17)
-set(CMAKE_CXX_STANDARD_REQUIRED ON)
-set(CMAKE_CXX_EXTENSIONS OFF)
+# The one place for language level, warnings, Qt's strictness and sanitizers; every target links fourfold_options.
 add_library(fourfold_options INTERFACE)
+target_compile_features(fourfold_options INTERFACE cxx_std_17)
+set(CMAKE_CXX_EXTENSIONS OFF)
 target_compile_options(fourfold_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Wunused
     $<$<BOOL:${FOURFOLD_WERROR}>:-Werror>)
@@ -22,6 +21,10 @@ if(FOURFOLD_SANITIZE)
     set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
     target_compile_options(fourfold_options INTERFACE ${sanitizers})
     target_link_options(fourfold_options INTERFACE ${sanitizers})
+endif()
+if(FOURFOLD_FUZZERS)
+    target_compile_options(fourfold_options INTERFACE -fsanitize=fuzzer-no-link)
+    target_link_options(fourfold_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
 # Executables and what they read beside them (settings.dat, skin.rcc, icon/) share one folder of the build tree.
