@@ -3,6 +3,10 @@
 #include <QDir>
 #include <QFile>
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 namespace {
 
 qint64 statusValue(const QByteArray &name)
@@ -37,6 +41,16 @@ int descriptors()
 qint64 residentBytes()
 {
     return statusValue("VmRSS") * 1024;
+}
+
+qint64 allocatedBytes()
+{
+#ifdef __GLIBC__
+    const struct mallinfo2 info = mallinfo2();
+    return qint64(info.uordblks + info.hblkhd);
+#else
+    return -1;
+#endif
 }
 
 qint64 peakResidentBytes()

@@ -72,17 +72,18 @@ def soak(session):
     downloads, analyses = (60, 12) if session.quick else (1000, 200)
     sites = session.lab.demo_site()
     table = session.table(f"{downloads} downloads and {analyses} analyses in one process",
-                          ["", "threads", "descriptors", "resident MiB"],
+                          ["", "threads", "descriptors", "allocated MiB", "resident MiB"],
                           before="Up to a megabyte each, eight at once, by turns over http and https, every file "
                                  "compared by hash; every tenth analysis is a playlist.")
     command = [session.lab.program("soak"), downloads, analyses, *sites.values()]
     start, end = session.lab.cost(command, timeout=180).figures
     for when, held in (("after 160 downloads to warm up", start), ("at the end", end)):
-        table.add(when, f"{held['threads']:.0f}", f"{held['descriptors']:.0f}", number(held["bytes"] / MIB))
+        table.add(when, f"{held['threads']:.0f}", f"{held['descriptors']:.0f}",
+                  number(held["allocated"] / MIB), number(held["resident"] / MIB))
     for what, growth_of, limit, unit in (
             ("threads", end["threads"] - start["threads"], 0, ""),
             ("descriptors", end["descriptors"] - start["descriptors"], 0, ""),
-            ("resident memory", (end["bytes"] - start["bytes"]) / MIB, 2, " MiB")):
+            ("allocated memory", (end["allocated"] - start["allocated"]) / MIB, 1, " MiB")):
         session.at_most(f"{what} after {downloads} more downloads", [growth_of], limit, limit, unit)
 
 

@@ -36,7 +36,8 @@ struct Held
 {
     int threads = ProcessFigures::threads();
     int descriptors = ProcessFigures::descriptors();
-    qint64 bytes = ProcessFigures::residentBytes();
+    qint64 resident = ProcessFigures::residentBytes();
+    qint64 allocated = ProcessFigures::allocatedBytes();
 };
 
 [[noreturn]] void fail(const QString &reason)
@@ -83,7 +84,8 @@ public:
     {
         Figures::print({{QStringLiteral("threads"), held.threads},
                         {QStringLiteral("descriptors"), held.descriptors},
-                        {QStringLiteral("bytes"), held.bytes}});
+                        {QStringLiteral("resident"), held.resident},
+                        {QStringLiteral("allocated"), held.allocated}});
     }
 
 private:
@@ -119,7 +121,9 @@ private:
             });
             manager->download();
         }
-        QTimer::singleShot(limit, &loop, [] { fail(QStringLiteral("Downloads do not end.")); });
+        QTimer watchdog;
+        QObject::connect(&watchdog, &QTimer::timeout, [] { fail(QStringLiteral("Downloads do not end.")); });
+        watchdog.start(limit);
         loop.exec();
         for (const Running &one : qAsConst(running)) {
             QFile file(one.path);
