@@ -197,6 +197,8 @@ private slots:
         QCOMPARE(window.windowTitle(), m_setting->getFullProductName());
         QCOMPARE(window.size(), QSize(807, 473));
         QCOMPARE(m_setting->windowSize, window.size());
+        constexpr auto buttons = Qt::WindowMinMaxButtonsHint | Qt::WindowCloseButtonHint;
+        QVERIFY(!(window.windowFlags() & buttons) && !window.windowIcon().isNull());
         for (const char *name : {"windowTitle_frame", "menuBar_frame", "framePage", "frameStatus"})
             QVERIFY2(!named<QFrame>(&window, name)->isVisible(), name);
         QVERIFY(named<DownloaderWidget>(&window, "page1")->isVisible());
@@ -293,7 +295,10 @@ private slots:
         for (const char *button : {"cancel_pushButton", "ok_pushButton"}) {
             Driver driver;
             driver.whenIdle([&] { window.close(); });
-            driver.whenOpen<SkMessageBox>([button](SkMessageBox *box) { click(named<QPushButton>(box, button)); });
+            driver.whenOpen<SkMessageBox>([button](SkMessageBox *box) {
+                QCOMPARE(named<QPushButton>(box, "ok_pushButton")->text(), "Quit"_s);
+                click(named<QPushButton>(box, button));
+            });
             QVERIFY2(driver.play(), qPrintable(driver.failure()));
             QCOMPARE(window.isVisible(), *button == 'c');
         }
@@ -310,6 +315,8 @@ private slots:
         const auto sent = std::async(std::launch::async, [=] { return application->sendMessage("Wake up!"_s); });
         QTRY_VERIFY(!window.isMinimized() && window.isActiveWindow());
         QCOMPARE(messages, (QList<QVariantList>{{"Wake up!"_s}}));
+        application->setActivationWindow(nullptr);
+        application->activateWindow();
     }
 
     void secondStartHandsOff()
@@ -372,11 +379,15 @@ private slots:
         const SkAboutDialog about;
         const LiveUpdateDialog update;
         const SelectPathWidget picker;
+        const QVector<const QWidget *> windows{&window, &url, &formats, &box, &about, &update, &picker};
+        for (const QWidget *each : windows) {
+            const auto *frame = named<QFrame>(each, "bottomButton_frame");
+            QVERIFY(!frame || frame->isHidden());
+        }
         // Colours look alike.
         const QRegularExpression name("#(?![0-9a-f]{6}\\b)(\\w+)"_s);
         for (auto matches = name.globalMatch(qApp->styleSheet()); matches.hasNext();) {
             const QByteArray selected = matches.next().captured(1).toLatin1();
-            const QVector<const QWidget *> windows{&window, &url, &formats, &box, &about, &update, &picker};
             QVERIFY2(std::any_of(windows.begin(), windows.end(),
                                  [&](const auto *each) { return named<QWidget>(each, selected.constData()); }),
                      selected.constData());
@@ -388,9 +399,6 @@ private:
     QList<QUrl> m_opened;
 };
 
-int main(int argc, char *argv[])
-{
-    return runTests<QtSingleApplication, TestApp>(argc, argv);
-}
+FOURFOLD_TEST_MAIN(QtSingleApplication, TestApp)
 
 #include "tst_app.moc"

@@ -57,7 +57,9 @@ struct Download
         Meta meta(22, server.address());
         meta.setSize(size);
         manager = std::make_unique<DownloadManager>(meta, path, page.get(), this);
-        page->findChild<QNetworkAccessManager *>()->setTransferTimeout(inactivityLimit);
+        auto *access = page->findChild<QNetworkAccessManager *>();
+        QCOMPARE(access->transferTimeout(), 60000);
+        access->setTransferTimeout(inactivityLimit);
         QObject::connect(manager.get(), &DownloadManager::progress, page.get(),
                          [this, size](qint64 bytes, qint64 total, void *tag) {
                              QVERIFY(bytes > received && total == size && tag == this);
@@ -416,9 +418,6 @@ private:
     int m_idleThreads = 0;
 };
 
-int main(int argc, char *argv[])
-{
-    return runTests<QCoreApplication, TestDownload>(argc, argv);
-}
+FOURFOLD_TEST_MAIN(QCoreApplication, TestDownload)
 
 #include "tst_download.moc"

@@ -62,6 +62,7 @@ private slots:
         QVERIFY(!named<QFrame>(&box, "bottomButton_frame")->isVisible());
         QStringList seen{"info"_s, "quest"_s, "warn"_s, "crit"_s};
         const QImage icon = named<QLabel>(frame, "icon_label")->pixmap(Qt::ReturnByValue).toImage();
+        QVERIFY(type != 7 || icon.size() == QSize(40, 39));
         for (const QString &name : QStringList(seen)) {
             if (icon != QPixmap(":/messagebox-%1.png"_s.arg(name)).toImage())
                 seen.removeOne(name);
@@ -92,6 +93,7 @@ private slots:
             QCOMPARE(label->text(), text);
             QCOMPARE(label->textFormat(), Qt::PlainText);
             QTRY_VERIFY(label->height() >= label->heightForWidth(label->width()));
+            QVERIFY(text.size() < 200 || label->heightForWidth(200) > 2 * label->heightForWidth(800));
             QVERIFY(box.width() <= box.screen()->availableSize().width());
             QVERIFY(text.size() < 1500 || box.height() <= box.screen()->availableSize().height());
         }
@@ -108,11 +110,26 @@ private slots:
         QVERIFY(dialog.isMinimized() && minimized.size() == 1);
         SkDialog withButtons(nullptr, {}, true);
         withButtons.show();
+        for (const char *name : {"ok_pushButton", "reset_pushButton", "cancel_pushButton"})
+            QVERIFY2(named<QPushButton>(&withButtons, name)->isVisible(), name);
+        withButtons.showOkButton(false);
+        withButtons.showResetButton(false);
+        QVERIFY(!named<QPushButton>(&withButtons, "ok_pushButton")->isVisible());
+        QVERIFY(!named<QPushButton>(&withButtons, "reset_pushButton")->isVisible());
         click(named<QPushButton>(&withButtons, "cancel_pushButton"));
         QVERIFY(!withButtons.isVisible());
-        QVERIFY(named<QLabel>(std::make_unique<SkAboutDialog>().get(), "homePage_label")
-                    ->text()
-                    .contains(CAppSetting::instance()->companyURL));
+    }
+
+    void aboutDialog()
+    {
+        CAppSetting *const setting = CAppSetting::instance();
+        const SkAboutDialog about;
+        QCOMPARE(about.windowTitle(), "AboutUs"_s);
+        for (const auto &[label, text] : {std::pair("homePage_label", setting->companyURL),
+                                          {"support_label", setting->supportEmail},
+                                          {"copyRight_label", setting->copyright},
+                                          {"version_label", setting->version}})
+            QVERIFY2(!text.isEmpty() && named<QLabel>(&about, label)->text().contains(text), label);
     }
 
     void pathPicker()
@@ -127,6 +144,8 @@ private slots:
             QSignalSpy folders(&picker, &SelectPathWidget::dirPathChanged);
             Driver driver;
             driver.whenIdle([&] { click(named<QPushButton>(&picker, "pushButton")); });
+            driver.whenOpen<QFileDialog>([](QFileDialog *chooser) { chooser->reject(); });
+            driver.whenIdle([&] { click(named<QPushButton>(&picker, "pushButton")); });
             driver.whenOpen<QFileDialog>([&](QFileDialog *chooser) {
                 QVERIFY(!isFile || chooser->nameFilters() == QStringList{"File (*.mp4 *.flv)"_s});
                 named<QLineEdit>(chooser, "fileNameEdit")->setText(path);
@@ -139,9 +158,6 @@ private slots:
     }
 };
 
-int main(int argc, char *argv[])
-{
-    return runTests<QApplication, TestFramework>(argc, argv);
-}
+FOURFOLD_TEST_MAIN(QApplication, TestFramework)
 
 #include "tst_framework.moc"

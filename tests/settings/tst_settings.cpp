@@ -84,6 +84,7 @@ private slots:
     {
         QTEST(Utility::ReplaceBadCharOfFileName(QString::fromUtf8(QTest::currentDataTag())), "cleaned");
         QCOMPARE(Utility::fittingFileName(".profile"_s + QChar::Null + ".mp4"_s), ".profile.mp4"_s);
+        QCOMPARE(Utility::fittingFileName(QString(300, QLatin1Char('x'))), QString(255, QLatin1Char('x')));
     }
 
     void identity_data()
@@ -135,6 +136,26 @@ private slots:
     {
         const QByteArray filter = CAppSetting::instance()->getFormatFilter().toUtf8();
         QCOMPARE(QCryptographicHash::hash(filter, QCryptographicHash::Sha1).toHex().left(9), QByteArray("9e2ab7869"));
+    }
+
+    void pathsAndLinks()
+    {
+        CAppSetting &setting = *CAppSetting::instance();
+        setting.parseProductInformation("companyName=A\r\nproductName=B\r\nsupportEmail=s@a\r\ncompanyURL=a"_s);
+        setting.auto_update = 0;
+        setting.setDefaultForOption();
+        const QString found =
+            QStringList{setting.getSkinPath(true),   setting.getSkinPath(false), setting.getLogFilePath(),
+                        setting.getAppLogFilePath(), setting.getHomePath(),      setting.getSupportLink(),
+                        setting.getHomePageLink(),   setting.iTunesBackupDir,    QString::number(setting.auto_update)}
+                .join(QLatin1Char('|'));
+        QCOMPARE(QString(found)
+                     .replace(setting.appHome, "APP/"_s)
+                     .replace(QDir::homePath(), "HOME"_s)
+                     .replace(QCoreApplication::applicationDirPath(), "BIN"_s),
+                 "BIN/skin/|:/|APP/A B.log|APP/A B_App.log|HOME/Documents/A/B/|<a href = s@a>s@a</a>|<a href = a>a</a>|"
+                 "HOME/Library/Application Support/MobileSync/Backup|2"_s);
+        QVERIFY(QDir(setting.getHomePath()).exists());
     }
 
     void onlyTheDefaultOutputFolderIsMade()

@@ -6,7 +6,6 @@
 // itself anew for that, since some of it is read before main(). The home goes when the process ends.
 void enterTestHome(char *argv[]);
 
-// The main function of a test executable.
 template <class Application, class Tests> int runTests(int argc, char *argv[])
 {
     enterTestHome(argv);
@@ -14,3 +13,10 @@ template <class Application, class Tests> int runTests(int argc, char *argv[])
     Tests tests;
     return QTest::qExec(&tests, argc, argv);
 }
+
+// As QTEST_MAIN, in that home.
+#define FOURFOLD_TEST_MAIN(Application, Tests)                                                                         \
+    int main(int argc, char *argv[])                                                                                   \
+    {                                                                                                                  \
+        return runTests<Application, Tests>(argc, argv);                                                               \
+    }

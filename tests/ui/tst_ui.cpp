@@ -170,7 +170,8 @@ private slots:
         connect(&dialog, &VideoUrlDialog::signalGetPlayList, this, [&](const auto &items) { videos += items.size(); });
         dialog.show();
         type(edit, "x"_s);
-        QVERIFY(go->isEnabled() && !cancel->isVisible());
+        QVERIFY(go->isEnabled() && !cancel->isVisible() && !named<QFrame>(&dialog, "bottomButton_frame")->isVisible());
+        QCOMPARE(edit->placeholderText(), "Please copy and paste the url of Youtube %1 here"_s.arg(kind));
         QTest::keyClick(edit, Qt::Key_Backspace);
         QVERIFY(!go->isEnabled());
         m_duringRequest = [&] {
@@ -197,6 +198,9 @@ private slots:
         dialog.setAddress(m_server->address(kind == "Video"_s ? "/watch?v=b"_s : "/playlist?v=b"_s));
         dialog.on_btnGo_clicked();
         QCOMPARE(videos, way == "none"_s ? 1 : 0);
+        dialog.on_btnCancel_clicked();
+        dialog.on_btnGo_clicked();
+        QVERIFY(videos <= 1);
     }
 
     void formatOrder_data()
@@ -244,8 +248,8 @@ private slots:
         pressAgain(table->cellWidget(0, 6));
         QTest::keyClick(&dialog, Qt::Key_Return);
         table->scrollToBottom();
-        QVERIFY(itags.isEmpty() && table->cellWidget(498, 6));
-        QVERIFY(QMetaObject::invokeMethod(&dialog, "onDownloadClicked", Q_ARG(bool, false)));
+        QVERIFY(itags.isEmpty() && table->cellWidget(498, 6) && table->currentRow() == 0);
+        QTest::keyClick(table->cellWidget(0, 6), Qt::Key_Return);
         QCOMPARE(itags, QVector<int>{0});
         QCOMPARE(dialog.result(), int(QDialog::Accepted));
     }
@@ -257,6 +261,7 @@ private slots:
         page.show();
         Driver driver;
         QTest::ignoreMessage(QtDebugMsg, QSslSocket::supportsSsl() ? "true" : "false");
+        QTest::ignoreMessage(QtDebugMsg, QRegularExpression("^Title : +\"a\""_s));
         enterAddress(driver, page, "addVideo", "/watch?v=a"_s);
         for (const auto &[shown, row] : {std::pair("a", 1), {"AC/DC", 0}, {"ü", -1}, {"<b>", 1}}) {
             const QString title = QString::fromUtf8(shown);
@@ -316,10 +321,12 @@ private slots:
             QCOMPARE(page.row(row)->toolTip(column), isWhole ? QString() : before + mark);
             QCOMPARE(page.row(row)->data(column, Qt::AccessibleDescriptionRole).toString(),
                      page.row(row)->toolTip(column));
+            QVERIFY(column == 5 || page.bar(row)->accessibleDescription() == mark);
         }
         const int files =
             QDir(m_folder->path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).size();
         QCOMPARE(files, column == 1 ? 1 : 2);
+        QTRY_COMPARE(page.findChildren<QNetworkAccessManager *>().size(), 1);
         QVERIFY(page.isDownloading());
     }
 
@@ -345,6 +352,7 @@ private slots:
         for (int column = 0; column < 6; ++column) {
             cells += page.row()->text(column);
             QCOMPARE(page.list->headerItem()->textAlignment(column), int(Qt::AlignCenter));
+            QVERIFY(column == 1 || column == 5 || (page.row()->textAlignment(column) & Qt::AlignRight) != 0);
         }
         QCOMPARE(cells.join(QLatin1Char('|')), "22|name.mp4|00:00:12|97.66KB|3.91KB|"_s);
         auto *bar = qobject_cast<QProgressBar *>(page.bar());
@@ -395,6 +403,8 @@ private slots:
         QCOMPARE(next.rows(), "stalled.mp4 Interrupted;"_s);
         QVERIFY(!next.row()->icon(5).isNull() && next.row()->toolTip(5).contains("is incomplete"_s));
         QCOMPARE(next.row()->toolTip(1), m_folder->filePath("stalled.mp4"_s));
+        QCOMPARE(next.row()->text(3), formatSize(stream.size()));
+        QVERIFY(!QFileInfo::exists(m_notes));
         QCOMPARE(Page().rows(), QString());
     }
 
@@ -472,15 +482,17 @@ private slots:
     {
         Page page;
         page.show();
-        Driver driver;
-        driver.whenIdle([&] { click(named<QPushButton>(&page, "btnBrowse")); });
-        driver.whenOpen<QFileDialog>([&](QFileDialog *chooser) {
-            named<QLineEdit>(chooser, "fileNameEdit")->setText(QDir::homePath());
-            QMetaObject::invokeMethod(chooser, "accept");
-        });
-        QVERIFY2(driver.play(), qPrintable(driver.failure()));
-        QCOMPARE(CAppSetting::instance()->outputPath, QDir::homePath());
-        QCOMPARE(named<QLineEdit>(&page, "leDestination")->text(), QDir::homePath());
+        for (const char *answer : {"reject", "accept"}) {
+            Driver driver;
+            driver.whenIdle([&] { click(named<QPushButton>(&page, "btnBrowse")); });
+            driver.whenOpen<QFileDialog>([&](QFileDialog *chooser) {
+                named<QLineEdit>(chooser, "fileNameEdit")->setText(QDir::homePath());
+                QMetaObject::invokeMethod(chooser, answer);
+            });
+            QVERIFY2(driver.play(), qPrintable(driver.failure()));
+            QCOMPARE(CAppSetting::instance()->outputPath, *answer == 'a' ? QDir::homePath() : m_folder->path());
+            QCOMPARE(named<QLineEdit>(&page, "leDestination")->text(), CAppSetting::instance()->outputPath);
+        }
     }
 
     void tenDownloadsLeaveNothingBehind()
@@ -494,6 +506,7 @@ private slots:
         QTRY_VERIFY(!page.isDownloading());
         for (int i = 0; i < 10; ++i)
             QCOMPARE(contents(m_folder->filePath("%1.mp4"_s.arg(i))), stream);
+        QVERIFY(!QFileInfo::exists(m_notes));
         QTRY_VERIFY(ProcessFigures::threads() <= threadsBefore
                     && page.findChildren<QNetworkAccessManager *>().isEmpty());
     }
@@ -583,15 +596,13 @@ private:
         row < 0 ? void(dialog->close()) : click(named<QTableWidget>(dialog, "tableWidget")->cellWidget(row, 6));
     }
 
+    const QString m_notes = CAppSetting::instance()->appHome + "Running"_s;
     std::unique_ptr<QTemporaryDir> m_folder;
     std::unique_ptr<ScriptedServer> m_server;
     std::function<void()> m_duringRequest; // once
     QStringList m_opened; // paths
 };
 
-int main(int argc, char *argv[])
-{
-    return runTests<QApplication, TestUi>(argc, argv);
-}
+FOURFOLD_TEST_MAIN(QApplication, TestUi)
 
 #include "tst_ui.moc"

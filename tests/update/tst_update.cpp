@@ -119,6 +119,8 @@ private slots:
             m_setting->productURL = QString::fromLatin1(bytesPerTurn ? "https://a.example" : "https://a.example?b=1");
             const QString link =
                 bytesPerTurn ? m_setting->productURL : QLatin1Char('"') + m_setting->productURL + QLatin1Char('"');
+            if (m_reply.status == 500)
+                QTest::ignoreMessage(QtDebugMsg, QRegularExpression(QStringLiteral("^update error : Internal")));
             LiveUpdateDialog dialog;
             dialog.show();
             QCOMPARE(shownBy(dialog), m_checking);
@@ -248,9 +250,6 @@ private:
     int m_ended = 0; // checks
 };
 
-int main(int argc, char *argv[])
-{
-    return runTests<QApplication, TestUpdate>(argc, argv);
-}
+FOURFOLD_TEST_MAIN(QApplication, TestUpdate)
 
 #include "tst_update.moc"

@@ -37,6 +37,8 @@ private slots:
         QTEST(QString(files + QLatin1Char('|') + folders), "found");
         QCOMPARE(Filter::filterDirByPath(tree.path()).first(), tree.path());
         QCOMPARE(Filter::HaveSubDir(tree.path()), !folders.isEmpty());
+        QVERIFY(QDir::setCurrent(tree.path()));
+        QCOMPARE(Filter::HaveSubDir(QString()), !folders.isEmpty());
     }
 
     void filters_data()
@@ -123,6 +125,8 @@ private slots:
         Host::setSystemProcess({});
         QTEST((QStringList{QString::number(status)} + arrived).join(QLatin1Char(' ')), "end");
         QCOMPARE(Host::descriptorsInUse(), 0);
+        QCOMPARE(Utility::AEDisposeDesc(nullptr), Utility::OSErr(-50));
+        QCOMPARE(Utility::AESend(nullptr, nullptr, 1, 0, -1, nullptr, nullptr), Utility::OSStatus(-1704));
     }
 #endif
 
@@ -150,9 +154,6 @@ private:
     }
 };
 
-int main(int argc, char *argv[])
-{
-    return runTests<QCoreApplication, TestUtility>(argc, argv);
-}
+FOURFOLD_TEST_MAIN(QCoreApplication, TestUtility)
 
 #include "tst_utility.moc"

@@ -124,6 +124,7 @@ private slots:
             {R"(7 -> invalid 00:00:00, 0||mp4|)",
              R"({"video_id":1,"title":[],"url_encoded_fmt_stream_map":{}} -> invalid 00:00:00, 0||mp4|)",
              R"({"title":"t","length_seconds":"3725"} -> valid 01:02:05, 0||mp4|)",
+             R"({"author":"a","thumbnail_url":"t","loadedUrl":"u"} -> invalid 00:00:00, 0||mp4|, a, t, u)",
              R"({"title":"t","length_seconds":"3599"} -> valid 00:59:59, 0||mp4|)",
              R"({"title":"t","length_seconds":"360000"} -> valid 100:00:00, 0||mp4|)",
              R"(itag=22&url=a%3Db,itag=5&url=c -> valid 00:00:00, 22|a=b|mp4|1280X720, 5|c|flv|400X240)",
@@ -145,6 +146,12 @@ private slots:
             record += ", %1|%2|%3|%4"_s.arg(itag, meta.getUrl(), meta.getExtension(), meta.getResolution());
             QCOMPARE(meta.getHumanReadableSize(), "0.00 bytes"_s);
         }
+        VideoItem copy;
+        copy.setAuthor(item.getAuthor());
+        copy.setThumbnail(item.getThumbnail());
+        copy.setUrl(item.getUrl());
+        if (!copy.getAuthor().isEmpty())
+            record += ", %1, %2, %3"_s.arg(copy.getAuthor(), copy.getThumbnail(), copy.getUrl());
         QTEST(record.replace(QChar::Null, QLatin1Char('@')), "record");
     }
 
@@ -308,7 +315,11 @@ private slots:
         QList<QByteArray> returned;
         const auto fetch = [&returned](const ScriptedServer &server) {
             QUrl url(server.address());
-            returned += std::unique_ptr<QNetworkReply>(NetworkManager::getInstance()->getWebPage(url))->readAll();
+            const std::unique_ptr<QNetworkReply> page(NetworkManager::getInstance()->getWebPage(url));
+            QCOMPARE(page->request().url(), url);
+            returned += page->read(2);
+            QCOMPARE(page->bytesAvailable(), 3);
+            returned.last() += page->readAll();
         };
         ScriptedServer outer([](const Request &) { return Reply{200, "outer"}; });
         outer.hold();
@@ -339,9 +350,6 @@ private slots:
     }
 };
 
-int main(int argc, char *argv[])
-{
-    return runTests<QCoreApplication, TestYoutube>(argc, argv);
-}
+FOURFOLD_TEST_MAIN(QCoreApplication, TestYoutube)
 
 #include "tst_youtube.moc"
