@@ -3,6 +3,7 @@
 #include "download/AnswerHead.h"
 #include "download/RangeFile.h"
 #include "http/ContentDecoder.h"
+#include "youtube/NetworkManager.h"
 
 #include <QDeadlineTimer>
 #include <QDebug>
@@ -23,6 +24,8 @@ constexpr qint64 secureReadBufferSize = 64 * 1024; // bytes
 constexpr qint64 bytesPerTurn = 64 * 1024;
 constexpr int reportInterval = 100; // milliseconds
 constexpr int maximumFruitlessRequests = 3;
+// Before the last of them: a server that starts anew refuses two within the same millisecond.
+constexpr int retryPause = 2000; // milliseconds
 
 // The beats of all ranges of all downloads fall together: whoever shows them paints once for all.
 int untilNextBeat()
@@ -63,6 +66,7 @@ void DownloaderThread::run()
 
 void DownloaderThread::sendRequest()
 {
+    m_pause.stop();
     QNetworkRequest request{QUrl(url)};
     const QString last = endPos == toEnd ? QString() : QString::number(endPos);
     request.setRawHeader("Range",
@@ -97,8 +101,10 @@ void DownloaderThread::timerEvent(QTimerEvent *event)
 {
     if (event->timerId() == m_storing.timerId())
         storeTurn();
-    else
+    else if (event->timerId() == m_report.timerId())
         reportProgress();
+    else
+        sendRequest();
 }
 
 void DownloaderThread::storeTurn()
@@ -141,25 +147,15 @@ void DownloaderThread::finished()
 
     m_fruitlessRequests = file->position() > m_positionAtRequest ? 0 : m_fruitlessRequests + 1;
     if (m_fruitlessRequests == maximumFruitlessRequests) {
-        m_failure = requestFailure();
+        m_failure = isCutOff ? NetworkManager::errorText(*m_reply) : tr("The server sent less than was asked for");
         end();
         return;
     }
     releaseReply();
-    sendRequest();
-}
-
-QString DownloaderThread::requestFailure() const
-{
-    switch (m_reply->error()) {
-    case QNetworkReply::NoError:
-        return tr("The server sent less than was asked for");
-    case QNetworkReply::OperationCanceledError:
-        // How a transfer timeout ends.
-        return tr("The server did not answer");
-    default:
-        return m_reply->errorString();
-    }
+    if (m_fruitlessRequests < maximumFruitlessRequests - 1)
+        sendRequest();
+    else
+        m_pause.start(retryPause, this);
 }
 
 void DownloaderThread::storeAvailable(qint64 atMost)
@@ -220,6 +216,7 @@ qint64 DownloaderThread::missing() const
 
 void DownloaderThread::releaseReply()
 {
+    m_pause.stop();
     m_storing.stop();
     if (!m_reply)
         return;

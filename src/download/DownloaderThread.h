@@ -64,7 +64,6 @@ private:
     enum class Answer { Awaited, Accepted, Refused };
 
     void sendRequest();
-    [[nodiscard]] QString requestFailure() const;
     void judgeAnswer();
     void storeTurn();
     void storeAvailable(qint64 atMost);
@@ -92,5 +91,6 @@ private:
     QString m_failure;
     QBasicTimer m_storing; // while received bytes wait to be written
     QBasicTimer m_report; // while written bytes wait to be reported
+    QBasicTimer m_pause; // before the last request
     bool m_hasEnded = false;
 };
