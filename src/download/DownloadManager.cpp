@@ -33,10 +33,14 @@ DownloadManager::DownloadManager(const Meta &meta_, const QString &filePath_, QO
     , accessManager(new QNetworkAccessManager(parent))
     , tag(tag_)
     , m_length(std::make_shared<RangeAnswer::Known>())
+    , m_obstacle(descriptorShortage(neededDescriptors))
 {
     accessManager->setTransferTimeout(NetworkManager::inactivityLimit);
     if (totalSize > 0)
         m_length->probed = totalSize;
+    // What is there stays as it is when nothing can be asked for.
+    if (!m_obstacle.isEmpty())
+        return;
     QFile file(filePath);
     if (!file.open(QIODevice::WriteOnly) || !file.resize(totalSize))
         qCWarning(lcDownload) << "cannot make" << filePath << "-" << file.errorString();
@@ -54,7 +58,6 @@ void DownloadManager::download()
 {
     if (threadCount < 1)
         return;
-    const QString obstacle = descriptorShortage(neededDescriptors);
     const int chunk = meta.getSize() / threadCount;
     for (int i = 0; i < threadCount; ++i) {
         const bool isLast = i == threadCount - 1;
@@ -63,8 +66,8 @@ void DownloadManager::download()
         const int lastByte = isLast && meta.getSize() == 0 ? DownloaderThread::toEnd : stop - 1;
         auto *worker = new DownloaderThread(meta.getUrl(), filePath, start, lastByte, accessManager, this);
         worker->shareLength(m_length);
-        if (!obstacle.isEmpty())
-            worker->refuse(obstacle);
+        if (!m_obstacle.isEmpty())
+            worker->refuse(m_obstacle);
         connect(worker, &DownloaderThread::progress, this, &DownloadManager::threadProgress);
         connect(worker, &DownloaderThread::downloadCompleted, this, &DownloadManager::threadFinished);
         worker->run();

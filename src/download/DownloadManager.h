@@ -22,8 +22,9 @@ class DownloadManager : public QObject
     Q_DISABLE_COPY_MOVE(DownloadManager)
 
 public:
-    // Creates the file at the stream's full length, or empties an existing one. The manager itself has no parent; the
-    // given one becomes the parent of the network access object. The tag comes back with every signal.
+    // Creates the file at the stream's full length, or empties an existing one, unless the process can open no more.
+    // The manager itself has no parent; the given one becomes the parent of the network access object. The tag comes
+    // back with every signal.
     DownloadManager(const Meta &meta, const QString &filePath, QObject *parent, void *tag);
     ~DownloadManager() override;
 
@@ -59,6 +60,7 @@ private:
     QMutex mutex;
     void *const tag;
     const std::shared_ptr<RangeAnswer::Known> m_length; // of the stream; shared with the workers
+    const QString m_obstacle; // to any request, in words for a person
     std::optional<FileIdentity> m_file; // as it was made
     QString m_failure;
 };
