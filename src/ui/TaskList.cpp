@@ -27,6 +27,8 @@ namespace {
 constexpr int filePathRole = Qt::UserRole;
 
 constexpr int iconSpace = 24; // pixels
+constexpr int rateInterval = 1000; // milliseconds
+constexpr int longestReason = 500; // characters; a server may have worded it
 
 void openFile(const QString &path)
 {
@@ -131,6 +133,8 @@ void TaskList::addLeftover(const QString &filePath)
 void TaskList::showStarted(QTreeWidgetItem *row)
 {
     m_rates.try_emplace(row);
+    if (!m_rateTimer.isActive())
+        m_rateTimer.start(rateInterval, this);
 }
 
 void TaskList::showProgress(QTreeWidgetItem *row, qint64 received, qint64 total)
@@ -139,17 +143,34 @@ void TaskList::showProgress(QTreeWidgetItem *row, qint64 received, qint64 total)
     if (auto *bar = qobject_cast<QProgressBar *>(m_tree->itemWidget(row, ProgressColumn))) {
         bar->setMaximum(static_cast<int>(total));
         bar->setValue(static_cast<int>(received));
-        const auto rate = m_rates.find(row);
-        const QString text = rate != m_rates.end() ? rate->second.text(received, total) : QString();
-        const bool fits = bar->fontMetrics().horizontalAdvance(text) < bar->width();
-        bar->setFormat(fits ? text : QStringLiteral("%p%"));
+        showRate(row, *bar);
         bar->show();
     }
 }
 
+void TaskList::showRate(QTreeWidgetItem *row, QProgressBar &bar)
+{
+    const auto rate = m_rates.find(row);
+    const QString text = rate != m_rates.end() ? rate->second.text(bar.value(), bar.maximum()) : QString();
+    const bool fits = !text.isEmpty() && bar.fontMetrics().horizontalAdvance(text) < bar.width();
+    bar.setFormat(fits ? text : QStringLiteral("%p%"));
+}
+
+// A transfer that stalls reports nothing, and would keep its last speed.
+void TaskList::timerEvent(QTimerEvent * /*event*/)
+{
+    for (const auto &running : m_rates) {
+        auto *bar = qobject_cast<QProgressBar *>(m_tree->itemWidget(running.first, ProgressColumn));
+        if (bar && bar->value() > 0)
+            showRate(running.first, *bar);
+    }
+    if (m_rates.empty())
+        m_rateTimer.stop();
+}
+
 void TaskList::showNotStarted(QTreeWidgetItem *row, const QString &reason)
 {
-    const QString text = tr("The download did not start: %1").arg(reason);
+    const QString text = tr("The download did not start: %1").arg(reason.left(longestReason));
     row->setIcon(NameColumn, warningIcon());
     explain(row, NameColumn, row->text(NameColumn) + QLatin1Char('\n') + text);
     if (QWidget *bar = m_tree->itemWidget(row, ProgressColumn)) {

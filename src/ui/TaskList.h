@@ -2,6 +2,7 @@
 
 #include "ui/TransferRate.h"
 
+#include <QBasicTimer>
 #include <QObject>
 #include <QString>
 
@@ -10,6 +11,7 @@
 class Meta;
 class QLabel;
 class QPoint;
+class QProgressBar;
 class QTreeWidget;
 class QTreeWidgetItem;
 class VideoItem;
@@ -43,6 +45,7 @@ public:
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
+    void timerEvent(QTimerEvent *event) override;
 
 private:
     enum Column { IdColumn, NameColumn, DurationColumn, SizeColumn, DownloadedColumn, ProgressColumn };
@@ -50,6 +53,7 @@ private:
     void setUpColumns();
     void setUpEmptyHint();
     void fitProgressColumn();
+    void showRate(QTreeWidgetItem *row, QProgressBar &bar);
     void showFile(QTreeWidgetItem *row, const QString &filePath);
     void markIncomplete(QTreeWidgetItem *row, const QString &reason);
     void showRowMenu(const QPoint &pos);
@@ -58,4 +62,5 @@ private:
     QTreeWidget *const m_tree;
     QLabel *m_emptyHint = nullptr; // owned by the tree
     std::map<QTreeWidgetItem *, TransferRate> m_rates; // of running downloads
+    QBasicTimer m_rateTimer; // while there are any
 };

@@ -16,9 +16,10 @@ constexpr double longestTime = 24 * 3600.0; // seconds
 
 QString timeText(double seconds)
 {
-    if (!(seconds < longestTime))
+    const double whole = std::ceil(seconds);
+    if (!(whole < longestTime))
         return QStringLiteral("--:--:--");
-    return QTime(0, 0).addSecs(static_cast<int>(std::ceil(seconds))).toString(QStringLiteral("hh:mm:ss"));
+    return QTime(0, 0).addSecs(static_cast<int>(whole)).toString(QStringLiteral("hh:mm:ss"));
 }
 
 } // namespace

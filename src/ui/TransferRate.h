@@ -4,7 +4,7 @@
 #include <QString>
 
 // Tells how a transfer goes, in a text that stays readable while it changes: speed is averaged over the last seconds,
-// the text changes at most twice a second, and its figures keep their width.
+// the text changes at most twice a second, and the per cent keeps its width.
 class TransferRate final
 {
 public:
