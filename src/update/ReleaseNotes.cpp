@@ -9,12 +9,12 @@
 
 namespace {
 
-// Qt's layout takes minutes or the whole stack for crowds of tags, tables within tables and giant cells.
+// Qt's layout takes minutes or the whole stack for crowds of tags, style rules, tables within tables and giant cells.
 bool isHarmless(const QString &notes)
 {
-    static const QRegularExpression table(QStringLiteral("<\\s*(table|t[rdh]|tbody|thead|tfoot)\\b"),
+    static const QRegularExpression heavy(QStringLiteral("<\\s*(table|t[rdh]|tbody|thead|tfoot|style)\\b"),
                                           QRegularExpression::CaseInsensitiveOption);
-    return notes.count(QLatin1Char('<')) <= 2000 && !notes.contains(table);
+    return notes.count(QLatin1Char('<')) <= 2000 && !notes.contains(heavy);
 }
 
 } // namespace
