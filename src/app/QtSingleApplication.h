@@ -10,7 +10,7 @@ class QLocalServer;
 class QLocalSocket;
 
 // One running instance for each executable and user, for platforms whose packages lack the library of this name: a lock
-// file that a crash cannot leave behind, and a local socket that only the same user may open. The instance that holds
+// on a file, which ends with its process, and a local socket that only the same user may open. The instance that holds
 // the lock receives messages from the moment it is constructed.
 class QtSingleApplication : public QApplication
 {

@@ -9,7 +9,7 @@
 
 // The product's identity (read once from "settings.dat" beside the executable) and the person's options ("User.dat" in
 // the per-user application folder). Made by the first call of instance(), after the application object; GUI thread
-// only. The options are written at normal process exit and at no other time. Nothing here reports failure: what cannot
+// only. The options are written once, at normal process exit. Nothing here reports failure: what cannot
 // be read keeps its default.
 class CAppSetting
 {
@@ -34,7 +34,7 @@ public:
     // Media file filter in the form that QFileDialog takes.
     [[nodiscard]] QString getFormatFilter();
     void setDefaultForOption();
-    // Without a call it happens when the process exits.
+    // Once, at the end of the process: later changes are not saved. Without a call it happens when the process exits.
     void saveOptions();
     // A new person's first download needs its folder; one that the person has chosen is not made behind their back.
     void makeDefaultOutputFolder() const;

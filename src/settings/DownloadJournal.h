@@ -3,9 +3,9 @@
 #include <QString>
 #include <QStringList>
 
-// Notes which files are being written, so that the next start can tell which ones this run has left incomplete, however
-// it ended. One small file for each, in a folder of its own beside the person's options; each is whole or not there.
-// An executable knows its own notes only: one instance of it runs for each person.
+// Notes which files are being written, so that the next start can tell which ones this run was still writing when it
+// ended, however that came. One small file for each, in a folder of its own beside the person's options; each is whole
+// or not there. An executable knows its own notes only: one instance of it runs for each person.
 class DownloadJournal final
 {
 public:

@@ -29,7 +29,7 @@ public:
     void setSize(const int &size) { m_size = size; }
 
     // Asks the stream's server for the size, following 301 and 302, and keeps the last address. Blocks in nested event
-    // loops; GUI thread only. A failure is logged and leaves address and size as they were.
+    // loops; GUI thread only. A failure is logged and leaves the size as it was.
     void findVideoSize();
 
 private:

@@ -10,7 +10,7 @@
 struct StreamHead
 {
     QString error; // empty when an answer came
-    int status = 0; // HTTP status of the last answer, 0 when there is none
+    int status = 0; // of the last answer (HTTP); without an error only
     std::optional<qint64> length; // Content-Length in bytes; absent when missing or not a count
 
     static constexpr int maximumRedirects = 20;
