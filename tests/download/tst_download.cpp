@@ -161,7 +161,7 @@ private slots:
     {
         QFETCH(QString, found);
         QFETCH(QString, verdict);
-        QVERIFY2(found.contains(verdict), qPrintable(found));
+        QVERIFY2(verdict.startsWith("skip"_s) ? found == verdict : found.contains(verdict), qPrintable(found));
     }
 
     void arrivesIntact_data()
@@ -359,8 +359,12 @@ private slots:
     void descriptorsRunOut()
     {
         for (const int spare : {0, 4, 9}) {
-            const ResourceLimit limit(RLIMIT_NOFILE, ResourceLimit::spareDescriptors(spare));
-            endsWith("Too many open files");
+            QVERIFY(writeFile(m_path, "earlier"));
+            {
+                const ResourceLimit limit(RLIMIT_NOFILE, ResourceLimit::spareDescriptors(spare));
+                endsWith("Too many open files");
+            }
+            QCOMPARE(contents(m_path), QByteArray("earlier"));
         }
         QVERIFY(m_server->requests().isEmpty());
     }

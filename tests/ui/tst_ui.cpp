@@ -362,6 +362,8 @@ private slots:
             return "%1 of %2, %3"_s.arg(bar->value()).arg(bar->maximum()).arg(bar->format());
         };
         QTRY_VERIFY(progress(5000, stream.size()).contains("B/s  "_s));
+        const QString lastTold = bar->format();
+        QTRY_VERIFY(bar->format() != lastTold); // though nothing comes
         bar->setFixedWidth(20);
         QCOMPARE(progress(5000, stream.size()), "5000 of 100003, %p%"_s);
         QVERIFY(progress(5000, 0).contains("of 0,"_s));

@@ -126,6 +126,7 @@ private slots:
         QTEST((QStringList{QString::number(status)} + arrived).join(QLatin1Char(' ')), "end");
         QCOMPARE(Host::descriptorsInUse(), 0);
         QCOMPARE(Utility::AEDisposeDesc(nullptr), Utility::OSErr(-50));
+        QCOMPARE(Utility::AECreateAppleEvent(0, 0, nullptr, 0, 0, nullptr), Utility::OSErr(-1704));
         QCOMPARE(Utility::AESend(nullptr, nullptr, 1, 0, -1, nullptr, nullptr), Utility::OSStatus(-1704));
     }
 #endif
