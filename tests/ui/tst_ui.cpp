@@ -375,7 +375,9 @@ private slots:
         page.show();
         page.start(streamVideo("name"_s, "/stream"_s));
         page.start(streamVideo("other"_s, "/gone"_s));
+        page.start(streamVideo("none"_s, "/stream"_s), 23);
         QTRY_COMPARE(page.rows(), "name.mp4 Finished;other.mp4 ;"_s);
+        QVERIFY(!QFileInfo::exists(m_notes));
         QVERIFY(!page.bar() && page.bar(1));
         const QString file = m_folder->filePath("name.mp4"_s);
         QCOMPARE(page.row()->toolTip(1), file);
@@ -408,22 +410,6 @@ private slots:
         QCOMPARE(next.row()->text(3), formatSize(stream.size()));
         QVERIFY(!QFileInfo::exists(m_notes));
         QCOMPARE(Page().rows(), QString());
-    }
-
-    void othersEndHereToo()
-    {
-        Page page;
-        const VideoItem item = streamVideo("name"_s, "/stream"_s);
-        page.start(streamVideo("name"_s, "/stalled"_s));
-        page.start(item, 23);
-        QCOMPARE(page.rows(), "name.mp4 ;"_s);
-        const QPointer<DownloadManager> manager(
-            new DownloadManager(item.getAvailaibleFormats().first(), m_folder->filePath("b"_s), &page, page.row()));
-        connect(manager, SIGNAL(downloadCompleted(void *)), &page, SLOT(finished(void *)));
-        manager->download();
-        QTRY_VERIFY(!manager);
-        QCOMPARE(page.rows(), "name.mp4 Finished;"_s);
-        QVERIFY(page.isDownloading());
     }
 
     void dropped_data()
@@ -497,22 +483,6 @@ private slots:
         }
     }
 
-    void tenDownloadsLeaveNothingBehind()
-    {
-        Page page;
-        page.start(streamVideo("first"_s, "/stream"_s));
-        QTRY_VERIFY(!page.isDownloading());
-        const int threadsBefore = ProcessFigures::threads();
-        for (int i = 0; i < 10; ++i)
-            page.start(streamVideo(QString::number(i), "/slow"_s));
-        QTRY_VERIFY(!page.isDownloading());
-        for (int i = 0; i < 10; ++i)
-            QCOMPARE(contents(m_folder->filePath("%1.mp4"_s.arg(i))), stream);
-        QVERIFY(!QFileInfo::exists(m_notes));
-        QTRY_VERIFY(ProcessFigures::threads() <= threadsBefore
-                    && page.findChildren<QNetworkAccessManager *>().isEmpty());
-    }
-
     // The requests that are answered before the quit; then exec() returns, and nothing is asked or shown any more.
     void quits_data()
     {
@@ -571,8 +541,6 @@ private:
             return {404};
         if (isFor("/stalled"))
             reply.sent = 1000;
-        if (isFor("/slow"))
-            reply.bytesPerTurn = 1000;
         return reply;
     }
 

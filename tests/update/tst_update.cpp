@@ -201,16 +201,6 @@ private slots:
         QTEST(m_opened.join(QLatin1Char(' ')), "end");
     }
 
-    void slotsCanBeCalledAtAnyTime()
-    {
-        LiveUpdateDialog dialog;
-        for (const char *slot : {"checkUpdateReadyRead", "checkUpdateFinished", "downloadFinished", "downloadReadyRead",
-                                 "install", "downloadFile", "reject"})
-            QVERIFY2(QMetaObject::invokeMethod(&dialog, slot), slot);
-        QVERIFY(dialog.metaObject()->indexOfSlot("updateDataReadProgress(qint64,qint64)") >= 0);
-        QVERIFY(m_server->requests().isEmpty());
-    }
-
     void notesLoadNothing()
     {
         const QTemporaryDir folder;

@@ -1,13 +1,13 @@
-// A player configuration to the record of a video, and its title to a file name. Nothing is asked for over the network,
-// since the process is in the state of one that is about to quit.
+// The body of a watch page to the player configuration that it embeds, the record of its video, and a file name of its
+// title. Nothing is asked for over the network, since the process is in the state of one that is about to quit.
 
 #include "fuzz/Fuzzing.h"
 #include "settings/FileNames.h"
 #include "youtube/NetworkManager.h"
+#include "youtube/PlayerConfig.h"
 #include "youtube/VideoItem.h"
 
 #include <QCoreApplication>
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkReply>
 #include <QTcpServer>
@@ -27,10 +27,13 @@ void start(int &argc, char **argv)
     FUZZ_VERIFY(NetworkManager::getInstance()->isInterrupted());
 }
 
-void check(const QByteArray &json)
+void check(const QByteArray &body)
 {
-    QJsonObject config = QJsonDocument::fromJson(json).object();
-    const VideoItem video(config);
+    std::optional<QJsonObject> config = PlayerConfig::fromPage(body);
+    if (!config)
+        return;
+    FUZZ_VERIFY(body.contains("ytplayer.config = ") && body.contains(";ytplayer.load"));
+    const VideoItem video(*config);
     video.printInfo();
     FUZZ_VERIFY(!video.getAvailaibleFormats().isEmpty());
     FUZZ_VERIFY(video.getLength().size() >= int(sizeof("00:00:00")) - 1);
