@@ -62,7 +62,7 @@ private slots:
         QVERIFY(!named<QFrame>(&box, "bottomButton_frame")->isVisible());
         QStringList seen{"info"_s, "quest"_s, "warn"_s, "crit"_s};
         const QImage icon = named<QLabel>(frame, "icon_label")->pixmap(Qt::ReturnByValue).toImage();
-        QVERIFY(type != 7 || icon.size() == QSize(40, 39));
+        QVERIFY(box.windowTitle() == "Dialog"_s && (type != 7 || icon.size() == QSize(40, 39)));
         for (const QString &name : QStringList(seen)) {
             if (icon != QPixmap(":/messagebox-%1.png"_s.arg(name)).toImage())
                 seen.removeOne(name);
@@ -109,8 +109,6 @@ private slots:
         QVERIFY(dialog.isMinimized() && minimized.size() == 1);
         SkDialog withButtons(nullptr, {}, true);
         withButtons.show();
-        for (const char *name : {"ok_pushButton", "reset_pushButton", "cancel_pushButton"})
-            QVERIFY2(named<QPushButton>(&withButtons, name)->isVisible(), name);
         withButtons.showOkButton(false);
         withButtons.showResetButton(false);
         QVERIFY(!named<QPushButton>(&withButtons, "ok_pushButton")->isVisible());
@@ -140,6 +138,7 @@ private slots:
             SelectPathWidget picker;
             const auto type = isFile ? SelectPathWidget::SlectType_File : SelectPathWidget::SlectType_Directory;
             picker.init(type, QDir::homePath(), {"mp4"_s, "flv"_s});
+            QCOMPARE(picker.currentPath(), isFile ? QString() : QDir::homePath());
             QSignalSpy folders(&picker, &SelectPathWidget::dirPathChanged);
             Driver driver;
             driver.whenIdle([&] { click(named<QPushButton>(&picker, "pushButton")); });

@@ -123,7 +123,7 @@ private slots:
                 QTest::ignoreMessage(QtDebugMsg, QRegularExpression(QStringLiteral("^update error : Internal")));
             LiveUpdateDialog dialog;
             dialog.show();
-            QCOMPARE(shownBy(dialog), m_checking);
+            QCOMPARE(dialog.windowTitle() + shownBy(dialog), QStringLiteral("Update") + m_checking);
             QTRY_COMPARE(m_ended, bytesPerTurn + 1);
             const QString failed =
                 QStringLiteral("Update failed,please check your device and network connection.<br><a href"
