@@ -10,7 +10,6 @@
 #include "youtube/Site.h"
 #include "youtube/Youtube.h"
 
-#include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QNetworkReply>
 #include <QRegularExpression>
@@ -294,10 +293,7 @@ private slots:
             reply.contentLength = "99999999";
             return reply;
         });
-        QElapsedTimer clock;
-        clock.start();
         QCOMPARE(analyse(server.address(), "/watch?v=a"_s), "The page is too large"_s);
-        QVERIFY2(!clock.hasExpired(NetworkManager::inactivityLimit / 2), "it waited for the rest");
         QVERIFY(ProcessFigures::peakResidentBytes() < 256 * 1024 * 1024);
     }
 
