@@ -1,3 +1,4 @@
+#include "app/InstanceFolder.h"
 #include "app/Skin.h"
 #include "app/SkMainWindow.h"
 #include "framework/SelectPathWidget.h"
@@ -160,6 +161,7 @@ private slots:
     void edgesResizeTheWindow()
     {
         SkMainWindow window;
+        window.move(120, 130);
         window.showMainWindow();
         const int y = window.height() / 2;
         const auto widthAfter = [&](QEvent::Type type, int x) {
@@ -182,12 +184,12 @@ private slots:
         dialog.close();
         QCOMPARE(widthAfter(QEvent::MouseMove, 900), 847);
         // Through the window system, where the widgets at the edge are asked first.
-        QTest::mouseMove(window.windowHandle(), {1, y});
         QTest::mouseMove(window.windowHandle(), {846, y});
-        QTest::mousePress(window.windowHandle(), Qt::LeftButton, {}, {846, y});
-        QTest::mouseMove(window.windowHandle(), {856, y});
-        QTest::mouseRelease(window.windowHandle(), Qt::LeftButton, {}, {856, y});
-        QCOMPARE(window.width(), 857);
+        QTest::mouseMove(window.windowHandle(), {1, y});
+        QTest::mousePress(window.windowHandle(), Qt::LeftButton, {}, {1, y});
+        QTest::mouseMove(window.windowHandle(), {-9, y});
+        QVERIFY(window.width() == 857 && window.x() < 120);
+        QTest::mouseRelease(window.windowHandle(), Qt::LeftButton, {}, {1, y});
     }
 
     void startsNormal()
@@ -214,6 +216,7 @@ private slots:
         QCOMPARE(qApp->styleSheet(), QString());
         QTest::keyClick(&window, Qt::Key_F12);
         QVERIFY(!skin.isEmpty() && qApp->styleSheet() == skin);
+        QCOMPARE(QApplication::palette().color(QPalette::Link), QColor(0x0f, 0x6b, 0x6b));
     }
 
     void startsMaximised()
@@ -319,6 +322,21 @@ private slots:
         application->activateWindow();
     }
 
+    // The longest path of a socket is 107 bytes: the folder, Qt's detour of 8 and the name.
+    void instancesMeetWhereASocketFits()
+    {
+        const QString cache = QDir::homePath() + "/.cache"_s;
+        QVERIFY(QDir().mkpath(cache) && QFile::link(QDir::tempPath(), cache + "/fourfold"_s));
+        for (const int length : {79, 80}) {
+            const QString runtime = QDir(QDir::tempPath()).filePath({}).leftJustified(length, QLatin1Char('x'));
+            QVERIFY(QDir().mkpath(runtime)
+                    && QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+            qputenv("XDG_RUNTIME_DIR", runtime.toUtf8());
+            QCOMPARE(instanceFolder(20),
+                     length == 79 ? runtime : "%1/fourfold-%2"_s.arg(QDir::tempPath()).arg(::getuid()));
+        }
+    }
+
     void secondStartHandsOff()
     {
         Home home;
@@ -366,6 +384,8 @@ private slots:
         Home home;
         const auto process = home.start(redirections);
         QTRY_VERIFY(home.isUp());
+        const QString output = QFile::symLinkTarget("/proc/%1/fd/1"_s.arg(process->processId()));
+        QVERIFY(!redirections.contains(">&-"_s) || output == "/dev/null"_s);
         QVERIFY(Home::endsWell(*process, QByteArray(QTest::currentDataTag()).toInt()));
         QCOMPARE(home.storedSize(), QSize(807, 473));
     }

@@ -310,12 +310,6 @@ private slots:
         QCOMPARE(download.received, quarter);
     }
 
-    void trustsNoSelfSignedCertificate()
-    {
-        m_server->useTls();
-        endsWith("SSL handshake");
-    }
-
     void fileChangesDuringTheDownload_data()
     {
         textTable("failure", {"removed -> removed", "replaced -> changed", "truncated -> changed"});

@@ -123,6 +123,7 @@ private slots:
         QVERIFY(writeFile(QString::fromUtf8(path), file));
         std::FILE *const stream = std::fopen(path.constData(), "r");
         QCOMPARE(setting.length(stream), file.size());
+        QCOMPARE(std::ftell(stream), 0L);
         std::fclose(stream);
         setting.parseProductInformation(setting.code(path.data()));
         QStringList found;
@@ -143,20 +144,17 @@ private slots:
             "%1/skin/|:/|%2A B.log|%2A B_App.log|%3/Documents/A/B/|<a href = s>s</a>|<a href = c>c</a>"_s;
         QCOMPARE(found.join(QLatin1Char('|')),
                  expected.arg(QCoreApplication::applicationDirPath(), setting.appHome, QDir::homePath()));
-        // To the letter, odd blanks included.
-        const QByteArray filter = setting.getFormatFilter().toUtf8();
-        QCOMPARE(QCryptographicHash::hash(filter, QCryptographicHash::Sha1).toHex().left(9), QByteArray("9e2ab7869"));
-    }
-
-    void onlyTheDefaultOutputFolderIsMade()
-    {
-        CAppSetting &setting = *CAppSetting::instance();
-        setting.parseProductInformation("companyName=A"_s);
         for (const char *folder : {"/chosen/", "/Videos/A/"}) {
             setting.outputPath = QDir::homePath() + QLatin1String(folder);
             setting.makeDefaultOutputFolder();
             QCOMPARE(QDir(setting.outputPath).exists(), qstrcmp(folder, "/Videos/A/") == 0);
         }
+        setting.auto_update = 0;
+        setting.setDefaultForOption();
+        QCOMPARE(setting.auto_update, 2);
+        // To the letter, odd blanks included.
+        const QByteArray filter = setting.getFormatFilter().toUtf8();
+        QCOMPARE(QCryptographicHash::hash(filter, QCryptographicHash::Sha1).toHex().left(9), QByteArray("9e2ab7869"));
     }
 
     void options_data()

@@ -1,7 +1,5 @@
 #include "support/ScriptedServer.h"
 
-#include <QSslKey>
-#include <QSslSocket>
 #include <QTimer>
 
 #include <algorithm>
@@ -114,20 +112,5 @@ void ScriptedServer::release()
 
 QString ScriptedServer::address(const QString &target) const
 {
-    const QString scheme = m_hasTls ? QStringLiteral("https") : QStringLiteral("http");
-    return QStringLiteral("%1://127.0.0.1:%2%3").arg(scheme, QString::number(serverPort()), target);
-}
-
-void ScriptedServer::incomingConnection(qintptr descriptor)
-{
-    if (!m_hasTls) {
-        QTcpServer::incomingConnection(descriptor);
-        return;
-    }
-    auto *socket = new QSslSocket(this);
-    socket->setSocketDescriptor(descriptor);
-    socket->setLocalCertificate(QStringLiteral(FOURFOLD_TEST_CERTIFICATE));
-    socket->setPrivateKey(QStringLiteral(FOURFOLD_TEST_CERTIFICATE), QSsl::Ec);
-    addPendingConnection(socket);
-    socket->startServerEncryption();
+    return QStringLiteral("http://127.0.0.1:%1%2").arg(QString::number(serverPort()), target);
 }

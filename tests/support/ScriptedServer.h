@@ -47,8 +47,6 @@ public:
 
     explicit ScriptedServer(Script script);
 
-    // From now on it speaks TLS, with a certificate that nobody has signed but itself.
-    void useTls() { m_hasTls = true; }
     // From now on requests wait: for answerNext(), the oldest first, or for release(), which ends the holding too. The
     // script is asked then.
     void hold() { m_isHolding = true; }
@@ -59,12 +57,8 @@ public:
     [[nodiscard]] const QVector<Request> &requests() const { return m_requests; }
     [[nodiscard]] int connections() const { return findChildren<QTcpSocket *>().size(); }
 
-protected:
-    void incomingConnection(qintptr descriptor) override;
-
 private:
     const Script m_script;
-    bool m_hasTls = false;
     bool m_isHolding = false;
     QVector<Request> m_requests;
     QVector<std::pair<QPointer<QTcpSocket>, Request>> m_waiting;

@@ -165,6 +165,8 @@ private slots:
         QVERIFY(m_ended == 1 && shownBy(dialog) == m_checking);
         m_server->answerNext();
         QTRY_COMPARE(shownBy(dialog), QStringLiteral("News"));
+        QVERIFY(QMetaObject::invokeMethod(&dialog, "checkUpdateReadyRead"));
+        QVERIFY(!named<QPushButton>(&dialog, "minimize_pushButton")->isHidden());
     }
 
     // Page and way; then whether it counts as the last check, and what is opened.

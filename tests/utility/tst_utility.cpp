@@ -63,18 +63,9 @@ private slots:
              words.at(1) == QLatin1String("all") ? Filter::FindAllSpecifiedFile(path)
                                                  : Filter::FindCurSpecifiedFile(path)}};
         QTEST(below(path, results.value(words.first())), "found");
-    }
-
-    void folderThatIsNone()
-    {
-        for (const QString &path : {"/no/such"_s, QCoreApplication::applicationFilePath()}) {
-            QVERIFY(!Filter::HaveSubDir(path));
-            QCOMPARE(Filter::filterFileByPath(path) + Filter::FindAllSpecifiedFile(path), QStringList());
-            QCOMPARE(Filter::filterDirByPath(path), QStringList(path));
-        }
-        const QStringList items{"one"_s, "Two"_s, "TO"_s};
-        QCOMPARE(Filter::FilterSpecificItems(items, "o"_s), QStringList{"TO"_s});
-        QCOMPARE(Filter::FilterSpecificItems(items, QString()), QStringList());
+        QCOMPARE(Filter::filterFileByPath("/no/such"_s) + Filter::filterDirByPath("/no/such"_s),
+                 QStringList("/no/such"_s));
+        QCOMPARE(Filter::FilterSpecificItems({"one"_s, "Two"_s, "TO"_s}, "o"_s), QStringList("TO"_s));
     }
 
     void macintoshVersions()
@@ -124,10 +115,15 @@ private slots:
         const qint32 status = Utility::SendAppleEventToSystemProcess(Utility::fourCharacterCode("rest"));
         Host::setSystemProcess({});
         QTEST((QStringList{QString::number(status)} + arrived).join(QLatin1Char(' ')), "end");
-        QCOMPARE(Host::descriptorsInUse(), 0);
         QCOMPARE(Utility::AEDisposeDesc(nullptr), Utility::OSErr(-50));
         QCOMPARE(Utility::AECreateAppleEvent(0, 0, nullptr, 0, 0, nullptr), Utility::OSErr(-1704));
-        QCOMPARE(Utility::AESend(nullptr, nullptr, 1, 0, -1, nullptr, nullptr), Utility::OSStatus(-1704));
+        QCOMPARE(Utility::typeProcessSerialNumber, 0x70736e20u);
+        Utility::AEDesc empty{1, nullptr};
+        QCOMPARE(Utility::AESend(nullptr, &empty, 1, 0, -1, nullptr, nullptr), Utility::OSStatus(-1704));
+        QCOMPARE(empty.descriptorType, Utility::typeNull);
+        QVERIFY(tag.startsWith('0') || Utility::AECreateDesc(1, nullptr, 0, &empty) == Utility::noErr);
+        QCOMPARE(Utility::AEDisposeDesc(&empty), Utility::noErr);
+        QCOMPARE(Host::descriptorsInUse(), 0);
     }
 #endif
 
