@@ -197,6 +197,7 @@ private slots:
         SkMainWindow window;
         window.showMainWindow();
         QCOMPARE(window.windowTitle(), m_setting->getFullProductName());
+        QCOMPARE(named<QLabel>(&window, "title_label")->text(), window.windowTitle());
         QCOMPARE(window.size(), QSize(807, 473));
         QCOMPARE(m_setting->windowSize, window.size());
         constexpr auto buttons = Qt::WindowMinMaxButtonsHint | Qt::WindowCloseButtonHint;
