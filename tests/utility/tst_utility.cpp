@@ -52,9 +52,9 @@ private slots:
     void filters()
     {
         const QTemporaryDir tree;
-        makeTree(tree.path(), "a.mp4 c.txt d/B.MP4 d/noext d/n/d/x.ll"_s);
+        const QString path = tree.path() + "/root"_s;
+        makeTree(path, "a.mp4 c.txt d/B.MP4 d/noext d/n/d/x.ll"_s);
         const QStringList words = QString::fromLatin1(QTest::currentDataTag()).split(QLatin1Char(' '));
-        const QString path = tree.path();
         const QHash<QString, QStringList> results{
             {"endings"_s, Filter::filterFileByPathAndSuffix(path, words.at(1))},
             {"folders"_s, Filter::filterDirWithEndString(path, words.at(1))},
