@@ -47,7 +47,7 @@ qint64 allocatedBytes()
 {
 #ifdef __GLIBC__
     const struct mallinfo2 info = mallinfo2();
-    return qint64(info.uordblks + info.hblkhd);
+    return qint64(info.uordblks) + qint64(info.hblkhd);
 #else
     return -1;
 #endif
