@@ -34,7 +34,7 @@ RangeAnswer judgeWhole(const RangeAnswer::Head &head, const RangeAnswer::Asked &
 {
     const std::optional<qint64> length = head.contentLength;
     const std::optional<qint64> stream = known.told ? known.told : known.probed;
-    if (length && asked.last && *length == *asked.last + 1 - asked.first && length != stream)
+    if (length && asked.last && *length - 1 == *asked.last - asked.first && length != stream)
         return accepted(0, std::nullopt);
     if (length && *length <= asked.first && asked.first > 0)
         return refused(tr("The stream on the server ends before this part"));
